@@ -11,6 +11,9 @@ class Bundle {
   virtual ~Bundle() = default;
 
   virtual std::string bundleIdentifier() = 0;
+
+  // The absolute path of the bundle's folder.
+  virtual std::string bundlePath() = 0;
 };
 
 }  // namespace tarvel

@@ -6,6 +6,8 @@
 namespace tarvel {
 
 class AppleSMC;
+class AtaSmart;
+class Authorization;
 class Bundle;
 class FileManager;
 class KeyedArchiver;
@@ -15,9 +17,12 @@ class SystemLog;
 class Tasks;
 class Updaters;
 class UserDefaultsSuites;
+class Workspace;
 
 struct Platform {
   AppleSMC& appleSMC;
+  AtaSmart& ataSmart;
+  Authorization& authorization;
   Bundle& mainBundle;
   FileManager& fileManager;
   KeyedArchiver& archiver;
@@ -27,6 +32,7 @@ struct Platform {
   Tasks& tasks;
   Updaters& updaters;
   UserDefaultsSuites& userDefaults;
+  Workspace& workspace;
 };
 
 }  // namespace tarvel
