@@ -1,0 +1,1 @@
+tarvel_test(smart SOURCES smart_test.cc USES tarvel_smart)
