@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/property_list.h"
+#include "platform/user_defaults.h"
+
+// The shared store as a file: the SQLite database Library/Preferences/<suite>.sqlite in the group
+// container of the suite. WAL mode, user_version 1, one table
+//   defaults (key TEXT PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID
+// whose values are binary property lists; a value that is none counts as absent.
+//
+// Every call is safe from any thread of any number of processes; each write is whole and seen by
+// the next read of anybody, and a process may be killed at any instant. A call waits two seconds at
+// most for other processes and then fails. A store that cannot be opened reads as empty and takes
+// no writes; each call tries again.
+//
+// A file that is damaged is renamed, ".damaged-" and the time (UTC) appended, its -wal and -shm
+// with it, and a new one begun. A file with a newer user_version is left alone: all keys are absent
+// and writes are dropped. Both are told the log. When the file is deleted or replaced while handles
+// are open, each goes on with what stands at the path from its next call on. A handle is not to be
+// used in a forked child.
+
+namespace tarvel {
+
+class DefaultsDatabase;
+class SystemLog;
+enum class DatabaseStatus;
+
+class DefaultsStore {
+ public:
+  // What a watcher compares: equal as long as nobody has changed anything.
+  struct ChangeToken {
+    std::uint64_t file = 0;  // which of the files that this handle has had open
+    std::int64_t own = 0;
+    std::int64_t others = 0;
+    bool operator==(const ChangeToken&) const = default;
+  };
+
+  // Gives the new value, or none to leave things as they are. Does not use the store itself.
+  using Edit = std::function<std::optional<PropertyList>(const std::optional<PropertyList>&)>;
+
+  DefaultsStore(std::string_view suite, SystemLog& log);
+  ~DefaultsStore();
+
+  std::optional<PropertyList> get(std::string_view key);
+
+  // All keys with their values, as they stood at one moment.
+  Dictionary dictionaryRepresentation();
+
+  // Whether the value is stored now.
+  bool set(std::string_view key, const PropertyList& value);
+
+  // Whether the key was there and is gone.
+  bool remove(std::string_view key);
+
+  // Reads, edits and writes one value in one transaction, which no other writer interrupts. Whether
+  // a new value was stored. Where a file turns out damaged meanwhile, the edit runs once more.
+  bool change(std::string_view key, const Edit& edit);
+
+  // Costs a few microseconds.
+  ChangeToken changeToken();
+
+ private:
+  template <typename Operation>
+  bool perform(Operation operation);
+  bool ready();
+  bool open();
+  void repair();
+  void setAside();
+  void report(std::string_view what);
+
+  const std::string suite_;
+  SystemLog& log_;
+  std::mutex mutex_;  // guards what follows
+  std::string path_;
+  std::unique_ptr<DefaultsDatabase> database_;
+  std::uint64_t opened_ = 0;
+  std::string reported_;  // what the log was told last, so as to tell it once
+};
+
+// The user defaults over such stores; each handle is a store of its own.
+std::unique_ptr<UserDefaultsSuites> makeUserDefaultsSuites(SystemLog& log);
+
+}  // namespace tarvel
