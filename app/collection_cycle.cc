@@ -1,0 +1,108 @@
+#include <array>
+
+#include "app/app_delegate.h"
+#include "app/store_keys.h"
+#include "platform/running_applications.h"
+#include "platform/updater.h"
+
+namespace tarvel {
+namespace {
+
+struct Collection {
+  std::string_view name;
+  void (AppDelegate::*collect)();
+  bool inBackground;  // on a detached thread, else on the main thread before the next test
+};
+
+// One for each panel, in the order of the panel table.
+constexpr std::array<Collection, kPanelTable.size()> kCollections = {{
+    {"getCPUAppUsage", &AppDelegate::getCPUAppUsage, true},
+    {"getMEMAppUsage", &AppDelegate::getMEMAppUsage, true},
+    {"getPowerAppUsage", &AppDelegate::getPowerAppUsage, true},
+    {"getFanSpeed", &AppDelegate::getFanSpeed, false},
+    {"getTemperature", &AppDelegate::getTemperature, false},
+    {"getVoltage", &AppDelegate::getVoltage, false},
+    {"getPower", &AppDelegate::getPower, false},
+    {"getCurrent", &AppDelegate::getCurrent, false},
+}};
+
+const std::string* textAt(const Array& entry, std::size_t index) {
+  return index < entry.size() ? entry[index].as<std::string>() : nullptr;
+}
+
+bool isEnabled(const Array& entry) {
+  const auto* flag = textAt(entry, 1);
+  return flag != nullptr && *flag == "1";
+}
+
+Array fetchPanels(UserDefaults& store) {
+  auto panels = store.objectForKey(kPanelsKey);
+  auto* entries = panels ? panels->as<Array>() : nullptr;
+  return entries != nullptr ? std::move(*entries) : Array{};
+}
+
+// Entry i of the panels as they are now; an empty one where there is none or it is no array.
+Array fetchPanel(UserDefaults& store, std::size_t index) {
+  Array panels = fetchPanels(store);
+  auto* entry = index < panels.size() ? panels[index].as<Array>() : nullptr;
+  return entry != nullptr ? std::move(*entry) : Array{};
+}
+
+}  // namespace
+
+void AppDelegate::getDataThread() {
+  if (!viewerRuns() && FirstStart) return;
+  FirstStart = true;
+  answerRequests();
+  if (!SharedDefaults->valueForKey(kPanelsKey)) return;
+  for (const Array& entry : enabledPanels()) {
+    const auto* name = textAt(entry, 0);
+    startCollections(name != nullptr ? *name : std::string_view{});
+  }
+}
+
+bool AppDelegate::viewerRuns() {
+  auto& running = platform.runningApplications;
+  return !running.runningApplicationsWithBundleIdentifier(kWidgetIdentifier).empty() ||
+         !running.runningApplicationsWithBundleIdentifier(kViewerIdentifier).empty();
+}
+
+// A request is gone from the store before it is acted on, so that one that fails is not repeated
+// every cycle.
+void AppDelegate::answerRequests() {
+  if (SharedDefaults->boolForKey(kCheckHelperUpdatesKey)) {
+    SharedDefaults->removeObjectForKey(kCheckHelperUpdatesKey);
+    updater().checkForUpdates();
+  }
+  if (SharedDefaults->boolForKey(kUninstallHelperKey)) {
+    SharedDefaults->removeObjectForKey(kUninstallHelperKey);
+    platform.runLoop.performSelectorInBackground("UninstallHelper", [this] { UninstallHelper(); });
+  }
+}
+
+// The panels are fetched anew at every step: a viewer may change them while they are walked.
+std::vector<Array> AppDelegate::enabledPanels() {
+  std::vector<Array> enabled;
+  for (std::size_t i = 0; i < fetchPanels(*SharedDefaults).size(); ++i) {
+    if (isEnabled(fetchPanel(*SharedDefaults, i))) {
+      enabled.push_back(fetchPanel(*SharedDefaults, i));
+    }
+  }
+  return enabled;
+}
+
+void AppDelegate::startCollections(std::string_view panelName) {
+  for (std::size_t k = 0; k < kPanelTable.size(); ++k) {
+    const bool asked = panelName.find(kPanelTable[k].name) != std::string_view::npos;
+    if (!asked && SharedDefaults->valueForKey(kPanelTable[k].readingKey)) continue;
+    const Collection& collection = kCollections[k];
+    const auto run = [this, collect = collection.collect] { (this->*collect)(); };
+    if (collection.inBackground) {
+      platform.runLoop.performSelectorInBackground(collection.name, run);
+    } else {
+      platform.runLoop.performSelectorOnMainThread(run);
+    }
+  }
+}
+
+}  // namespace tarvel

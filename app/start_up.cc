@@ -1,0 +1,83 @@
+#include <algorithm>
+#include <chrono>
+
+#include "app/app_delegate.h"
+#include "app/store_keys.h"
+#include "platform/bundle.h"
+#include "platform/file_manager.h"
+#include "platform/running_applications.h"
+#include "platform/task.h"
+#include "platform/text.h"
+#include "platform/updater.h"
+
+namespace tarvel {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::string_view kVersion = "1.2.5";
+constexpr auto kUpdateCheckInterval = 14400s;
+constexpr auto kFirstUpdateCheckDelay = 60s;
+constexpr auto kCyclePeriod = 3s;
+
+}  // namespace
+
+AppDelegate::AppDelegate(const Platform& machine)
+    : platform(machine), smcSession(machine.appleSMC, machine.systemLog) {}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching() {
+  const auto helpers = platform.runningApplications.runningApplicationsWithBundleIdentifier(
+      platform.mainBundle.bundleIdentifier());
+  if (helpers.size() >= 2) {
+    const auto other = std::find_if(helpers.begin(), helpers.end(),
+                                    [](const auto& helper) { return !helper.isCurrent; });
+    if (other != helpers.end()) {
+      platform.runningApplications.activateWithOptions(
+          *other, kActivateAllWindows | kActivateIgnoringOtherApps);
+    }
+    platform.runLoop.terminate();
+    return;
+  }
+  ClearSensorValues();
+  CleanCache();
+  armUpdater();
+  SharedDefaults = platform.userDefaults.initWithSuiteName(kSuiteName);
+  SharedDefaults->setValue(kVersion, kTarvelHelperVersionKey);
+  platform.tasks.launch("/bin/launchctl",
+                        {"load", "/Library/LaunchAgents/com.Tarvel.Helper.plist"});
+  platform.runLoop.scheduledTimer(kCyclePeriod, [this] { getDataThread(); }).fire();
+}
+
+void AppDelegate::applicationWillTerminate() { CleanCache(); }
+
+// A request to forget the sensors takes effect here alone: cleared while the helper runs, they
+// would only be merged back by the next cycle.
+void AppDelegate::ClearSensorValues() {
+  SharedDefaults = platform.userDefaults.initWithSuiteName(kSuiteName);
+  const auto request = SharedDefaults->objectForKey(kClearSensorsKey);
+  if (!request || !boolValue(*request)) return;
+  for (const auto key : {kFanSpeedValuesKey, kTempValuesKey, kVoltageValuesKey, kPowerValuesKey,
+                         kCurrentValuesKey}) {
+    SharedDefaults->removeObjectForKey(key);
+  }
+  SharedDefaults->setBool(false, kClearSensorsKey);
+}
+
+void AppDelegate::CleanCache() {
+  const auto container =
+      platform.fileManager.containerURLForSecurityApplicationGroupIdentifier(kSuiteName);
+  if (container) platform.fileManager.removeItemAtPath(*container + std::string(kIconDirectory));
+}
+
+Updater& AppDelegate::updater() { return platform.updaters.updaterForBundle(kHelperIdentifier); }
+
+void AppDelegate::armUpdater() {
+  updater().setAutomaticallyChecksForUpdates(true);
+  updater().setUpdateCheckInterval(kUpdateCheckInterval);
+  platform.runLoop.dispatchAfter(kFirstUpdateCheckDelay,
+                                 [this] { updater().checkForUpdatesInBackground(); });
+}
+
+}  // namespace tarvel

@@ -1,0 +1,57 @@
+#include "process/icon_cache.h"
+
+#include <optional>
+
+#include "platform/file_manager.h"
+#include "platform/workspace.h"
+#include "process/process_usage.h"
+
+namespace tarvel {
+namespace {
+
+constexpr std::string_view kUnlistedPrefix = "LaunchCFM";
+constexpr double kPreferredWidth = 48.0;  // points
+
+std::optional<std::string> bundlePathOf(std::int32_t pid, Workspace& workspace) {
+  const auto process = workspace.GetProcessForPID(pid);
+  return process ? workspace.GetProcessBundleLocation(*process) : std::nullopt;
+}
+
+// The last representation of the preferred width, else the first.
+const IconRepresentation& chosen(const Icon& icon) {
+  std::size_t index = 0;
+  for (std::size_t i = 0; i < icon.representations.size(); ++i) {
+    const double width = icon.representations[i].width;
+    if (width >= kPreferredWidth && width <= kPreferredWidth) index = i;
+  }
+  return icon.representations[index];
+}
+
+}  // namespace
+
+std::string IconCache::iconValue(std::int32_t pid, std::string_view name) const {
+  if (name.starts_with(kUnlistedPrefix)) return {};
+  const auto bundlePath = bundlePathOf(pid, workspace);
+  if (!bundlePath) return std::string(kUnknownIcon);
+  auto identifier = workspace.bundleIdentifier(*bundlePath);
+  if (!identifier) return std::string(kUnknownIcon);
+  std::erase(*identifier, '/');
+  const std::string fileName = *identifier + ".tiff";
+  ensureIconFile(*bundlePath, fileName);
+  return fileName;
+}
+
+void IconCache::ensureIconFile(const std::string& bundlePath, const std::string& fileName) const {
+  const auto container = files.containerURLForSecurityApplicationGroupIdentifier(groupName);
+  if (!container) return;
+  const std::string directory = *container + std::string(folderName);
+  if (!files.fileExistsAtPath(directory)) files.createDirectoryAtPath(directory);
+  const std::string path = directory + fileName;
+  if (files.fileExistsAtPath(path)) return;
+  const Icon icon = workspace.iconForFile(bundlePath);
+  const Data tiff = icon.representations.empty() ? workspace.TIFFRepresentation(icon)
+                                                 : workspace.TIFFRepresentation(chosen(icon));
+  if (!tiff.empty()) files.writeToFile(tiff, path);
+}
+
+}  // namespace tarvel
