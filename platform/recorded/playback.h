@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/recorded/machine.h"
+
+// Where a replay stands: the machine of the current cycle, and the trace, one JSON object a line
+// for every call that the helper makes: cycle, thread, call, its arguments, its status.
+
+namespace tarvel::recorded {
+
+class Playback {
+ public:
+  using Arguments = nlohmann::ordered_json;
+
+  explicit Playback(Recording recording) : machines(std::move(recording)) {}
+
+  // Writes the trace to this file from now on; false when it cannot be made.
+  bool openTrace(const std::string& path);
+
+  const Machine& machine() const;
+
+  void beginCycle(std::size_t number) { cycle = number; }
+  void enterThread(std::string name) { thread = std::move(name); }
+
+  void trace(std::string_view call, const Arguments& arguments = Arguments::object());
+  void trace(std::string_view call, Arguments arguments, std::int64_t status);
+
+ private:
+  Recording machines;
+  std::ofstream file;
+  std::size_t cycle = 0;  // 0 before the first
+  std::string thread = "main";
+};
+
+}  // namespace tarvel::recorded
