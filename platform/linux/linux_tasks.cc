@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "platform/host/file_descriptor.h"
-#include "platform/linux/child_process.h"
+#include "platform/host/child_process.h"
 #include "platform/linux/detached_thread.h"
 
 namespace tarvel {

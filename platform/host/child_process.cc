@@ -1,4 +1,4 @@
-#include "platform/linux/child_process.h"
+#include "platform/host/child_process.h"
 
 #include <cerrno>
 #include <csignal>

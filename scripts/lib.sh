@@ -1,0 +1,29 @@
+# What the scripts share. Sourced, with the project's folder as the working folder.
+
+# install_packages GROUP…: installs what is missing of these groups of scripts/packages.
+install_packages() {
+  local wanted missing=() package sudo=()
+  wanted=$(awk -v groups=" $* " '!/^#/ && index(groups, " " $1 " ") {print $2}' scripts/packages)
+  for package in $wanted; do
+    dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "tarvel: sudo is needed to install: ${missing[*]}" >&2; return 1; }
+    sudo=(sudo)
+  fi
+  echo "Installing ${missing[*]}" >&2
+  "${sudo[@]}" apt-get update -qq >&2
+  "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# build PRESET [CMAKE ARGUMENT…]: configures once and builds what has changed; speaks on standard
+# error. The folder is configured anew when it was copied from elsewhere.
+build() {
+  local preset=$1
+  shift
+  cmake --preset "$preset" "$@" >/dev/null
+  cmake --build --preset "$preset" >&2
+}
