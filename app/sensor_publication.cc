@@ -8,7 +8,7 @@
 namespace tarvel {
 namespace {
 
-constexpr std::string_view kNewFlag = "1";
+constexpr const char* kNewFlag = "1";
 constexpr std::size_t kFanFlag = 3;
 
 // A record is [name, fan values] for fans and [name, reading, viewer flag] for the other kinds.
@@ -49,8 +49,9 @@ Array published(const PropertyList& fresh, PropertyList flag) {
 }
 
 Array rewritten(const Array& fresh) {
+  const PropertyList flag(kNewFlag);
   Array records;
-  for (const auto& record : fresh) records.push_back(published(record, std::string(kNewFlag)));
+  for (const auto& record : fresh) records.emplace_back(published(record, flag));
   return records;
 }
 

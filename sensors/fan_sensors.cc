@@ -46,7 +46,7 @@ Array SMCFanSensors::fanValues(SMCWrapper& wrapper, int index) {
   Array values;
   for (const char* speed : {"Ac", "Mn", "Mx"}) {
     std::string text;
-    wrapper.readKeyAsString("F" + std::to_string(index) + speed, text);
+    wrapper.readKeyAsString(std::string("F").append(std::to_string(index)).append(speed), text);
     values.emplace_back(std::to_string(intValue(text)));
   }
   values.emplace_back("1");

@@ -22,8 +22,9 @@ bool failOpening(const char* call, std::uint32_t code) {
 
 std::uint32_t codeOfKey(std::string_view key) {
   std::array<std::uint8_t, 4> characters{};
-  std::ranges::transform(key.substr(0, characters.size()), characters.begin(),
-                         [](char c) { return static_cast<std::uint8_t>(c); });
+  for (std::size_t i = 0; i < characters.size() && i < key.size(); ++i) {
+    characters[i] = static_cast<std::uint8_t>(key[i]);
+  }
   return _strtoulForSizeInBase(characters, 4, 16);
 }
 
@@ -112,7 +113,7 @@ bool SMCWrapper::readKeyIntoNumber(std::string_view key, std::optional<double>& 
 
 std::string SMCWrapper::getFanName(std::int32_t index) {
   SMCValue value;
-  SMCReadKeyOutputValue("F" + std::to_string(index) + "ID", value);
+  SMCReadKeyOutputValue(std::string("F").append(std::to_string(index)).append("ID"), value);
   const auto size = std::min<std::size_t>(value.dataSize, value.bytes.size());
   std::string name;
   for (const std::uint8_t byte : std::span(value.bytes).first(size)) {
