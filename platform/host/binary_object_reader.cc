@@ -11,16 +11,10 @@ constexpr std::string_view kHeader = "bplist00";
 constexpr std::size_t kTrailer = 32;
 constexpr std::size_t kWidest = 8;
 
-std::uint64_t bigEndian(const std::uint8_t* at, std::size_t width) {
-  std::uint64_t number = 0;
-  for (std::size_t i = 0; i < width; ++i) number = number << 8 | at[i];
-  return number;
-}
-
 // An integer of 16 bytes, where it fits 64 bits.
 std::optional<std::uint64_t> narrowed(const std::uint8_t* at) {
-  const std::uint64_t high = bigEndian(at, 8);
-  const std::uint64_t low = bigEndian(at + 8, 8);
+  const std::uint64_t high = bigEndianNumber(at, 8);
+  const std::uint64_t low = bigEndianNumber(at + 8, 8);
   const bool negative = (low >> 63) != 0;
   if (high != (negative ? ~std::uint64_t{0} : 0)) return std::nullopt;
   return low;
@@ -42,20 +36,25 @@ void appendUTF8(char32_t value, std::string& text) {
   put(0x80 | (value & 0x3F));
 }
 
-std::optional<std::string> fromUTF16(const std::uint8_t* at, std::size_t units) {
-  std::string text;
+bool fromUTF16(const std::uint8_t* at, std::size_t units, std::string& text) {
   text.reserve(units);
   for (std::size_t i = 0; i < units; ++i) {
-    auto value = static_cast<char32_t>(bigEndian(at + 2 * i, 2));
+    auto value = static_cast<char32_t>(bigEndianNumber(at + 2 * i, 2));
     if (value >= 0xD800 && value <= 0xDFFF) {
-      if (value > 0xDBFF || ++i == units) return std::nullopt;
-      const auto low = static_cast<char32_t>(bigEndian(at + 2 * i, 2));
-      if (low < 0xDC00 || low > 0xDFFF) return std::nullopt;
+      if (value > 0xDBFF || ++i == units) return false;
+      const auto low = static_cast<char32_t>(bigEndianNumber(at + 2 * i, 2));
+      if (low < 0xDC00 || low > 0xDFFF) return false;
       value = 0x10000 + ((value - 0xD800) << 10) + (low - 0xDC00);
     }
     appendUTF8(value, text);
   }
-  return text;
+  return true;
+}
+
+bool isASCII(std::string_view text) {
+  unsigned char all = 0;
+  for (const char c : text) all |= static_cast<unsigned char>(c);
+  return all < 0x80;
 }
 
 }  // namespace
@@ -67,9 +66,9 @@ std::optional<BinaryObjectReader> BinaryObjectReader::open(std::span<const std::
   BinaryObjectReader reader;
   reader.offsetWidth_ = trailer[6];
   reader.referenceWidth_ = trailer[7];
-  reader.count_ = bigEndian(trailer + 8, 8);
-  reader.top_ = bigEndian(trailer + 16, 8);
-  const std::size_t table = bigEndian(trailer + 24, 8);
+  reader.count_ = bigEndianNumber(trailer + 8, 8);
+  reader.top_ = bigEndianNumber(trailer + 16, 8);
+  const std::size_t table = bigEndianNumber(trailer + 24, 8);
   const auto isWidth = [](std::size_t width) { return width >= 1 && width <= kWidest; };
   if (!isWidth(reader.offsetWidth_) || !isWidth(reader.referenceWidth_)) return std::nullopt;
   if (table < kHeader.size() || table > bytes.size() - kTrailer) return std::nullopt;
@@ -81,11 +80,14 @@ std::optional<BinaryObjectReader> BinaryObjectReader::open(std::span<const std::
 
 std::optional<BinaryObjectReader::Object> BinaryObjectReader::object(std::size_t index) const {
   if (index >= count_) return std::nullopt;
-  const std::size_t offset = bigEndian(table_ + index * offsetWidth_, offsetWidth_);
+  const std::size_t offset = bigEndianNumber(table_ + index * offsetWidth_, offsetWidth_);
   if (offset < kHeader.size() || offset - kHeader.size() >= objects_.size()) return std::nullopt;
   const std::uint8_t* const at = objects_.data() + (offset - kHeader.size());
   const std::uint8_t marker = *at;
   const std::uint8_t nibble = marker & 0x0F;
+  // The two kinds that nearly all of an archive consists of, short of the jump.
+  if (marker >> 4 == 0x8) return number(Kind::uid, nibble, at + 1);
+  if (marker >> 4 == 0x5) return sized(Kind::ascii, nibble, at + 1, 1);
   switch (marker >> 4) {
     case 0x0:
       if (marker != 0x08 && marker != 0x09) return std::nullopt;
@@ -98,12 +100,8 @@ std::optional<BinaryObjectReader::Object> BinaryObjectReader::object(std::size_t
       return number(Kind::date, nibble, at + 1);
     case 0x4:
       return sized(Kind::data, nibble, at + 1, 1);
-    case 0x5:
-      return sized(Kind::ascii, nibble, at + 1, 1);
     case 0x6:
       return sized(Kind::utf16, nibble, at + 1, 2);
-    case 0x8:
-      return number(Kind::uid, nibble, at + 1);
     case 0xA:
       return sized(Kind::array, nibble, at + 1, referenceWidth_);
     case 0xD:
@@ -113,40 +111,37 @@ std::optional<BinaryObjectReader::Object> BinaryObjectReader::object(std::size_t
   }
 }
 
-std::size_t BinaryObjectReader::reference(const Object& container, std::size_t n) const {
-  return bigEndian(container.body + n * referenceWidth_, referenceWidth_);
+bool BinaryObjectReader::text(const Object& object, std::string& text) {
+  if (object.kind == Kind::utf16) return fromUTF16(object.body, object.count, text);
+  if (object.kind != Kind::ascii) return false;
+  text.assign(reinterpret_cast<const char*>(object.body), object.count);
+  return isASCII(text);
 }
 
-std::optional<std::string> BinaryObjectReader::text(const Object& object) {
-  if (object.kind == Kind::utf16) return fromUTF16(object.body, object.count);
-  if (object.kind != Kind::ascii) return std::nullopt;
-  std::uint8_t all = 0;
-  for (std::size_t i = 0; i < object.count; ++i) all |= object.body[i];
-  if (all >= 0x80) return std::nullopt;
-  return std::string(object.body, object.body + object.count);
-}
-
-std::optional<PropertyList> BinaryObjectReader::scalar(const Object& object) {
+bool BinaryObjectReader::scalar(const Object& object, PropertyList::Value& value) {
   switch (object.kind) {
     case Kind::boolean:
-      return PropertyList(object.bits != 0);
+      value = object.bits != 0;
+      return true;
     case Kind::integer:
-      return PropertyList(static_cast<std::int64_t>(object.bits));
+      value = static_cast<std::int64_t>(object.bits);
+      return true;
     case Kind::real:
     case Kind::date:
-      return PropertyList(std::bit_cast<double>(object.bits));
+      value = std::bit_cast<double>(object.bits);
+      return true;
     case Kind::data:
-      return PropertyList(Data(object.body, object.body + object.count));
+      value.emplace<Data>(object.body, object.body + object.count);
+      return true;
     case Kind::ascii:
     case Kind::utf16:
-      if (auto decoded = text(object)) return PropertyList(*std::move(decoded));
-      return std::nullopt;
+      return text(object, value.emplace<std::string>());
     case Kind::uid:
     case Kind::array:
     case Kind::dictionary:
       break;
   }
-  return std::nullopt;
+  return false;
 }
 
 std::size_t BinaryObjectReader::size(const Object& object) {
@@ -182,7 +177,7 @@ std::optional<BinaryObjectReader::Object> BinaryObjectReader::number(Kind kind, 
     return Object{kind, width, at, *bits};
   }
   if (width > kWidest) return std::nullopt;
-  std::uint64_t bits = bigEndian(at, width);
+  std::uint64_t bits = bigEndianNumber(at, width);
   if (kind == Kind::real || kind == Kind::date) {
     if (width != 4 && width != 8) return std::nullopt;
     if (width == 4) {

@@ -16,6 +16,15 @@
 
 namespace tarvel {
 
+// The number that the bytes spell, the most significant first; width is 8 at most.
+inline std::uint64_t bigEndianNumber(const std::uint8_t* at, std::size_t width) {
+  if (width == 1) return at[0];  // nearly all numbers are this or that wide
+  if (width == 2) return static_cast<std::uint64_t>(at[0] << 8 | at[1]);
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < width; ++i) number = number << 8 | at[i];
+  return number;
+}
+
 // What a caller may still build from one file: shared parts can stand for far more than the bytes
 // that spell them.
 class ExpansionBudget {
@@ -55,13 +64,16 @@ class BinaryObjectReader {
   std::optional<Object> object(std::size_t index) const;
 
   // The n-th reference of an array or dictionary (keys, then values), n below its count of them.
-  std::size_t reference(const Object& container, std::size_t n) const;
+  std::size_t reference(const Object& container, std::size_t n) const {
+    return bigEndianNumber(container.body + n * referenceWidth_, referenceWidth_);
+  }
 
-  // The UTF-8 text of an object of kind ascii or utf16; none when it is not Unicode.
-  static std::optional<std::string> text(const Object& object);
+  // Sets the text, which is empty, to that of an object of kind ascii or utf16; false when it is of
+  // another kind or not Unicode.
+  static bool text(const Object& object, std::string& text);
 
-  // The value of an object that is neither container nor UID; none when it has none.
-  static std::optional<PropertyList> scalar(const Object& object);
+  // Sets the value to that of an object that is neither container nor UID; false when it has none.
+  static bool scalar(const Object& object, PropertyList::Value& value);
 
   // What a scalar occupies in memory beside its node.
   static std::size_t size(const Object& object);

@@ -137,12 +137,12 @@ class ArchiveWriter {
   // The top dictionary, up to "$null"; returns where the places of the objects are filled in.
   std::size_t frame() {
     out_.dictionary(4);
-    for (const std::size_t index : {1, 2, 3, 4, 5, 6, 7, 10}) out_.reference(index);
+    for (const std::size_t index : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 10U}) out_.reference(index);
     for (const auto key : {"$version", "$archiver", "$top", "$objects"}) out_.text(key);
     out_.integer(kVersion);
     out_.text("NSKeyedArchiver");
     out_.dictionary(1);
-    for (const std::size_t index : {8, 9}) out_.reference(index);
+    for (const std::size_t index : {8U, 9U}) out_.reference(index);
     out_.text("root");
     out_.uid(1);
     out_.array(numbering_.size() + 1);

@@ -29,6 +29,12 @@ Class classNamed(std::string_view name) {
   return name == "NSDate" ? Class::date : Class::unknown;
 }
 
+// A key of the format and where it was seen last: an archive spells each key once and refers to it.
+struct Key {
+  std::string_view text;
+  std::size_t place = std::string_view::npos;
+};
+
 class Unarchiver {
  public:
   Unarchiver(const BinaryObjectReader& reader, std::size_t fileSize)
@@ -37,16 +43,16 @@ class Unarchiver {
   bool readRoot(PropertyList& value) {
     const auto top = dictionaryAt(reader_.top());
     if (!top) return false;
-    const auto version = member(*top, "$version");
-    const auto archiver = member(*top, "$archiver");
-    const auto roots = member(*top, "$top");
-    const auto objects = member(*top, "$objects");
+    const auto version = valueOf(*top, "$version");
+    const auto archiver = valueOf(*top, "$archiver");
+    const auto roots = valueOf(*top, "$top");
+    const auto objects = valueOf(*top, "$objects");
     if (!version || version->kind != Kind::integer || version->bits != kVersion) return false;
     if (!archiver || !isText(*archiver, "NSKeyedArchiver")) return false;
     if (!roots || roots->kind != Kind::dictionary) return false;
     if (!objects || objects->kind != Kind::array) return false;
     objects_ = *objects;
-    const auto root = member(*roots, "root");
+    const auto root = valueOf(*roots, "root");
     return root && readUID(*root, 0, value);
   }
 
@@ -63,15 +69,26 @@ class Unarchiver {
   }
 
   // The value under the key, the first one where there are several.
-  std::optional<Object> member(const Object& dictionary, std::string_view key) const {
+  std::optional<Object> member(const Object& dictionary, Key& key) const {
     if (dictionary.count > kMostMembers) return std::nullopt;
     for (std::size_t i = 0; i < dictionary.count; ++i) {
-      const auto name = reader_.object(reader_.reference(dictionary, i));
-      if (name && isText(*name, key)) {
-        return reader_.object(reader_.reference(dictionary, dictionary.count + i));
-      }
+      if (!isKey(reader_.reference(dictionary, i), key)) continue;
+      return reader_.object(reader_.reference(dictionary, dictionary.count + i));
     }
     return std::nullopt;
+  }
+
+  bool isKey(std::size_t reference, Key& key) const {
+    if (reference == key.place) return true;
+    const auto name = reader_.object(reference);
+    if (!name || !isText(*name, key.text)) return false;
+    key.place = reference;
+    return true;
+  }
+
+  std::optional<Object> valueOf(const Object& dictionary, std::string_view text) const {
+    Key key{text};
+    return member(dictionary, key);
   }
 
   // The object that a UID stands for. Number 0 is the absent object.
@@ -81,12 +98,12 @@ class Unarchiver {
   }
 
   Class classOf(const Object& record) {
-    const auto uid = member(record, "$class");
+    const auto uid = member(record, class_);
     if (!uid || uid->kind != Kind::uid) return Class::unknown;
     if (uid->bits == latestClassNumber_) return latestClass_;  // neighbours are mostly of one class
     const auto description = referred(*uid);
     if (!description || description->kind != Kind::dictionary) return Class::unknown;
-    const auto name = member(*description, "$classname");
+    const auto name = valueOf(*description, "$classname");
     if (!name || name->kind != Kind::ascii) return Class::unknown;
     latestClassNumber_ = uid->bits;
     latestClass_ = classNamed({reinterpret_cast<const char*>(name->body), name->count});
@@ -103,9 +120,7 @@ class Unarchiver {
   bool readScalar(const Object& object, PropertyList& value) {
     if (isText(object, "$null") || !budget_.spend(0, BinaryObjectReader::size(object)))
       return false;
-    auto scalar = BinaryObjectReader::scalar(object);
-    if (scalar) value = *std::move(scalar);
-    return scalar.has_value();
+    return BinaryObjectReader::scalar(object, value.value);
   }
 
   bool readRecord(const Object& record, std::size_t depth, PropertyList& value) {
@@ -128,12 +143,12 @@ class Unarchiver {
 
   // A record whose value stands in it as itself.
   bool readInline(const Object& record, std::string_view key, PropertyList& value) {
-    const auto object = member(record, key);
+    const auto object = valueOf(record, key);
     return object && readScalar(*object, value);
   }
 
   // The list of UIDs under the key.
-  std::optional<Object> list(const Object& record, std::string_view key) const {
+  std::optional<Object> list(const Object& record, Key& key) const {
     auto object = member(record, key);
     if (object && object->kind != Kind::array) object.reset();
     return object;
@@ -145,7 +160,7 @@ class Unarchiver {
   }
 
   bool readArray(const Object& record, std::size_t depth, PropertyList& value) {
-    const auto uids = list(record, "NS.objects");
+    const auto uids = list(record, elements_);
     if (!uids || depth == kPropertyListDepth || !budget_.spend(uids->count)) return false;
     Array& array = value.value.emplace<Array>(uids->count);
     for (std::size_t i = 0; i < uids->count; ++i) {
@@ -155,8 +170,8 @@ class Unarchiver {
   }
 
   bool readDictionary(const Object& record, std::size_t depth, PropertyList& value) {
-    const auto keys = list(record, "NS.keys");
-    const auto values = list(record, "NS.objects");
+    const auto keys = list(record, keys_);
+    const auto values = list(record, elements_);
     if (!keys || !values || keys->count != values->count) return false;
     if (depth == kPropertyListDepth || !budget_.spend(3 * keys->count)) return false;
     Dictionary& dictionary = value.value.emplace<Dictionary>();
@@ -174,6 +189,9 @@ class Unarchiver {
   const BinaryObjectReader& reader_;
   ExpansionBudget budget_;
   Object objects_{};
+  Key class_{"$class"};
+  Key elements_{"NS.objects"};
+  Key keys_{"NS.keys"};
   std::uint64_t latestClassNumber_ = 0;
   Class latestClass_ = Class::unknown;
 };

@@ -84,10 +84,8 @@ class Decoder {
     if (object->kind == BinaryObjectReader::Kind::dictionary) {
       return readDictionary(*object, depth, value);
     }
-    if (!budget_.spend(0, BinaryObjectReader::size(*object))) return false;
-    auto scalar = BinaryObjectReader::scalar(*object);
-    if (scalar) value = *std::move(scalar);
-    return scalar.has_value();
+    return budget_.spend(0, BinaryObjectReader::size(*object)) &&
+           BinaryObjectReader::scalar(*object, value.value);
   }
 
  private:
@@ -107,9 +105,9 @@ class Decoder {
     for (std::size_t i = 0; i < object.count; ++i) {
       const auto key = reader_.object(reader_.reference(object, i));
       if (!key || !budget_.spend(0, BinaryObjectReader::size(*key))) return false;
-      auto text = BinaryObjectReader::text(*key);
-      if (!text) return false;
-      const auto [place, isNew] = dictionary.try_emplace(*std::move(text));
+      std::string text;
+      if (!BinaryObjectReader::text(*key, text)) return false;
+      const auto [place, isNew] = dictionary.try_emplace(std::move(text));
       if (!isNew) return false;
       const std::size_t element = reader_.reference(object, object.count + i);
       if (!read(element, depth + 1, place->second)) return false;
