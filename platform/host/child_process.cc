@@ -1,8 +1,12 @@
 #include "platform/host/child_process.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 
+#include "platform/host/file_descriptor.h"
+
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,6 +52,19 @@ class SpawnAttributes {
   posix_spawnattr_t attributes{};
 };
 
+std::string readToEnd(int descriptor) {
+  std::string output;
+  std::array<char, 4096> buffer;
+  for (;;) {
+    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    if (count > 0) {
+      output.append(buffer.data(), static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EINTR) {
+      return output;
+    }
+  }
+}
+
 }  // namespace
 
 std::optional<pid_t> spawnProgram(const std::string& program,
@@ -75,6 +92,22 @@ int waitForProgram(pid_t child) {
     if (errno != EINTR) return -1;
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// The pipe is read before the child is waited for: one that writes more than a pipe holds would
+// never end otherwise.
+std::string readProgramOutput(const std::string& program,
+                              const std::vector<std::string>& arguments) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return {};
+  const FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+  const auto child = spawnProgram(program, arguments, {{writing.get(), STDOUT_FILENO}});
+  writing.reset();
+  if (!child) return {};
+  std::string output = readToEnd(reading.get());
+  waitForProgram(*child);
+  return output;
 }
 
 }  // namespace tarvel

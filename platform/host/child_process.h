@@ -21,4 +21,9 @@ std::optional<pid_t> spawnProgram(const std::string& program,
 // Waits for the child's end: its exit status, or 128 plus the signal that ended it.
 int waitForProgram(pid_t child);
 
+// Runs the program to its end, however long that takes: all that it wrote to standard output,
+// nothing when it cannot be started.
+std::string readProgramOutput(const std::string& program,
+                              const std::vector<std::string>& arguments);
+
 }  // namespace tarvel

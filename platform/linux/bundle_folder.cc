@@ -1,0 +1,84 @@
+#include "platform/linux/bundle_folder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+
+namespace tarvel {
+namespace {
+
+constexpr std::size_t kInfoLimit = 64 * 1024;  // bytes
+
+std::string readStart(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string text(kInfoLimit, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  return text;
+}
+
+// A path as the kernel's table of mounts spells it: blanks, tabs, newlines and backslashes as \ooo.
+std::string mountPoint(std::string_view field) {
+  std::string path;
+  for (std::size_t i = 0; i < field.size(); ++i) {
+    if (field[i] == '\\' && i + 3 < field.size()) {
+      path.push_back(static_cast<char>((field[i + 1] - '0') * 64 + (field[i + 2] - '0') * 8 +
+                                       (field[i + 3] - '0')));
+      i += 3;
+    } else {
+      path.push_back(field[i]);
+    }
+  }
+  return path;
+}
+
+// proc_pid_mountinfo(5): the fifth field of a line is the mount point.
+bool isMountedAtOrBelow(const std::string& path) {
+  std::ifstream mounts("/proc/self/mountinfo");
+  std::string line;
+  while (std::getline(mounts, line)) {
+    std::istringstream fields(line);
+    std::string field;
+    for (int i = 0; i < 5; ++i) fields >> field;
+    const std::string point = mountPoint(field);
+    if (point == path || point.starts_with(path + "/")) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<std::string> infoValue(const std::string& infoPlistPath, const std::string& key) {
+  const std::string text = readStart(infoPlistPath);
+  constexpr std::string_view open = "<string>";
+  const std::string keyElement = "<key>" + key + "</key>";
+  const auto place = text.find(keyElement);
+  if (place == std::string::npos) return std::nullopt;
+  const auto start = text.find_first_not_of(" \t\r\n", place + keyElement.size());
+  if (start == std::string::npos || text.compare(start, open.size(), open) != 0) {
+    return std::nullopt;
+  }
+  const auto end = text.find("</string>", start);
+  if (end == std::string::npos) return std::nullopt;
+  return text.substr(start + open.size(), end - start - open.size());
+}
+
+std::optional<std::string> whyNotBundleFolder(const std::string& path,
+                                              const std::string& identifier) {
+  std::error_code error;
+  if (!path.starts_with('/') || path.find('\0') != std::string::npos) return "not an absolute path";
+  if (std::filesystem::canonical(path, error) != path || error) return "not a path without links";
+  if (!std::filesystem::is_directory(path, error)) return "not a folder";
+  const auto info = std::filesystem::path(path) / "Info.plist";
+  if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(info, error)) ||
+      infoValue(info.string(), "CFBundleIdentifier") != identifier) {
+    return "no bundle of " + identifier;
+  }
+  if (isMountedAtOrBelow(path)) return "something is mounted there";
+  return std::nullopt;
+}
+
+}  // namespace tarvel

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace tarvel {
+
+// Why the path must not be removed as the folder of the bundle with this identifier; none when it
+// may be: an absolute path to a folder, no component of it a link, with an Info.plist that names
+// the identifier, and no mount at or below it.
+std::optional<std::string> whyNotBundleFolder(const std::string& path,
+                                              const std::string& identifier);
+
+// The text that follows the key in an XML property list, "<key>NAME</key> <string>TEXT</string>";
+// none where it is not there.
+std::optional<std::string> infoValue(const std::string& infoPlistPath, const std::string& key);
+
+}  // namespace tarvel
