@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,9 +14,10 @@ namespace tarvel {
 
 // One drawing of an icon, at a size of its own.
 struct IconRepresentation {
-  double width = 0;   // points
-  double height = 0;  // points
-  std::string file;   // where the backend finds the drawing
+  double width = 0;              // points
+  double height = 0;             // points
+  std::uint32_t pixelsWide = 0;  // 0: the drawing's own
+  std::string file;              // where the backend finds the drawing
 };
 
 struct Icon {
@@ -39,9 +41,9 @@ class Workspace {
 
   virtual Icon iconForFile(const std::string& bundlePath) = 0;
 
-  // TIFF data of an image that holds this representation alone, at its size, or of the whole icon.
-  // Empty when the drawing cannot be had.
-  virtual Data TIFFRepresentation(const IconRepresentation& representation) = 0;
+  // TIFF data of an image that holds one representation of the icon alone, at its size, or of the
+  // whole icon. Empty when nothing can be drawn.
+  virtual Data TIFFRepresentation(const Icon& icon, std::size_t representation) = 0;
   virtual Data TIFFRepresentation(const Icon& icon) = 0;
 };
 

@@ -18,13 +18,13 @@ std::optional<std::string> bundlePathOf(std::int32_t pid, Workspace& workspace) 
 }
 
 // The last representation of the preferred width, else the first.
-const IconRepresentation& chosen(const Icon& icon) {
+std::size_t chosen(const Icon& icon) {
   std::size_t index = 0;
   for (std::size_t i = 0; i < icon.representations.size(); ++i) {
     const double width = icon.representations[i].width;
     if (width >= kPreferredWidth && width <= kPreferredWidth) index = i;
   }
-  return icon.representations[index];
+  return index;
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ void IconCache::ensureIconFile(const std::string& bundlePath, const std::string&
   if (files.fileExistsAtPath(path)) return;
   const Icon icon = workspace.iconForFile(bundlePath);
   const Data tiff = icon.representations.empty() ? workspace.TIFFRepresentation(icon)
-                                                 : workspace.TIFFRepresentation(chosen(icon));
+                                                 : workspace.TIFFRepresentation(icon, chosen(icon));
   if (!tiff.empty()) files.writeToFile(tiff, path);
 }
 

@@ -2,23 +2,16 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <system_error>
+
+#include "platform/linux/small_file.h"
 
 namespace tarvel {
 namespace {
 
 constexpr std::size_t kInfoLimit = 64 * 1024;  // bytes
-
-std::string readStart(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string text(kInfoLimit, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(file.gcount()));
-  return text;
-}
 
 // A path as the kernel's table of mounts spells it: blanks, tabs, newlines and backslashes as \ooo.
 std::string mountPoint(std::string_view field) {
@@ -52,7 +45,7 @@ bool isMountedAtOrBelow(const std::string& path) {
 }  // namespace
 
 std::optional<std::string> infoValue(const std::string& infoPlistPath, const std::string& key) {
-  const std::string text = readStart(infoPlistPath);
+  const std::string text = readSmallFile(infoPlistPath, kInfoLimit).value_or("");
   constexpr std::string_view open = "<string>";
   const std::string keyElement = "<key>" + key + "</key>";
   const auto place = text.find(keyElement);

@@ -1,14 +1,14 @@
 #include "platform/linux/linux_authorization.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <unistd.h>
-
 #include <array>
 #include <charconv>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 #include "platform/bundle.h"
 #include "platform/host/child_process.h"
@@ -56,7 +56,7 @@ std::optional<int> runByPkexec(const std::vector<std::string>& command) {
 }
 
 std::optional<int> runInTransientUnit(const std::vector<std::string>& command) {
-  std::vector<std::string> arguments = {"--user", "--quiet", "--collect", "--wait", "--pipe",
+  std::vector<std::string> arguments = {"--user", "--quiet", "--collect", "--wait",      "--pipe",
                                         "--",     "/bin/sh", "-c",        kReportStatus, "sh"};
   arguments.insert(arguments.end(), command.begin(), command.end());
   const auto output = readProgramOutput("systemd-run", arguments);

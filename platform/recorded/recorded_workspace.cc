@@ -49,14 +49,15 @@ class RecordedWorkspace : public Workspace {
     const auto* application = applicationAt(bundlePath);
     if (application == nullptr) return icon;
     for (const auto& drawing : application->icon) {
-      icon.representations.push_back({drawing.width, drawing.height, drawing.file});
+      icon.representations.push_back({drawing.width, drawing.height, 0, drawing.file});
     }
     icon.wholeFile = application->wholeIcon;
     return icon;
   }
 
-  Data TIFFRepresentation(const IconRepresentation& representation) override {
-    return tiffOfPicture(representation.file, representation.width);
+  Data TIFFRepresentation(const Icon& icon, std::size_t representation) override {
+    const auto& drawing = icon.representations[representation];
+    return tiffOfPicture(drawing.file, drawing.width);
   }
 
   Data TIFFRepresentation(const Icon& icon) override {
