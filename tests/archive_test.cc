@@ -97,7 +97,7 @@ TEST(KeyedArchive, WritesThePlatformsBytes) {
 
 TEST(KeyedArchive, ReadsBackWhatItWrites) {
   Array wide;
-  for (int i = 0; i < 300; ++i) wide.push_back(Array{"Name " + std::to_string(i), "7", "1"});
+  for (int i = 0; i < 300; ++i) wide.emplace_back(Array{"Name " + std::to_string(i), "7", "1"});
   const Array cases[] = {
       {},
       {"", "a\0b"s, "漢字 😀", std::string(70000, 'x')},
