@@ -23,43 +23,42 @@ constexpr mode_t kOthersMayAnything = 077;
 constexpr mode_t kFileMode = S_ISVTX | 0600;
 constexpr std::time_t kStaleAfter = 60;  // seconds
 
-bool isSafe(const struct stat& status, mode_t forbidden) {
-  return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
-         (status.st_mode & forbidden) == 0;
+bool isSafe(const struct stat& status, uid_t user, mode_t forbidden) {
+  return S_ISDIR(status.st_mode) && status.st_uid == user && (status.st_mode & forbidden) == 0;
 }
 
 // Makes the folder where it is missing; whether it is there and safe.
-bool haveFolder(const std::string& path, mode_t forbidden) {
+bool haveFolder(const std::string& path, uid_t user, mode_t forbidden) {
   ::mkdir(path.c_str(), 0700);
   struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0 && isSafe(status, forbidden);
+  return ::lstat(path.c_str(), &status) == 0 && isSafe(status, user, forbidden);
 }
 
-std::optional<std::string> runtimeFolder() {
+std::optional<std::string> runtimeFolder(uid_t user) {
   const char* const named = std::getenv("XDG_RUNTIME_DIR");
   if (named != nullptr && named[0] == '/') return named;
-  std::string usual = "/run/user/" + std::to_string(::geteuid());
+  std::string usual = "/run/user/" + std::to_string(user);
   struct stat status {};
-  if (::stat(usual.c_str(), &status) == 0 && isSafe(status, kOthersMayWrite)) return usual;
+  if (::stat(usual.c_str(), &status) == 0 && isSafe(status, user, kOthersMayWrite)) return usual;
   return std::nullopt;
 }
 
 // The registry's folder, empty when there can be none.
-std::string registryFolder() {
-  const auto runtime = runtimeFolder();
+std::string registryFolder(uid_t user) {
+  const auto runtime = runtimeFolder(user);
   const std::string product =
-      runtime ? *runtime + "/com.Tarvel" : "/tmp/com.Tarvel-" + std::to_string(::geteuid());
-  if (!haveFolder(product, runtime ? kOthersMayWrite : kOthersMayAnything)) return {};
+      runtime ? *runtime + "/com.Tarvel" : "/tmp/com.Tarvel-" + std::to_string(user);
+  if (!haveFolder(product, user, runtime ? kOthersMayWrite : kOthersMayAnything)) return {};
   const std::string folder = product + "/apps";
-  return haveFolder(folder, kOthersMayWrite) ? folder : std::string();
+  return haveFolder(folder, user, kOthersMayWrite) ? folder : std::string();
 }
 
-FileDescriptor openFolder(const std::string& path) {
+FileDescriptor openFolder(const std::string& path, uid_t user) {
   FileDescriptor folder;
   if (path.empty()) return folder;
   folder.reset(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
-  if (folder && (::fstat(folder.get(), &status) != 0 || !isSafe(status, kOthersMayWrite))) {
+  if (folder && (::fstat(folder.get(), &status) != 0 || !isSafe(status, user, kOthersMayWrite))) {
     folder.reset();
   }
   return folder;
@@ -140,7 +139,7 @@ int announceStepwise(const FileDescriptor& folder, const std::string& name, File
 }  // namespace
 
 ApplicationRegistry::ApplicationRegistry(std::string_view identifier)
-    : identifier_(identifier), folder_(registryFolder()) {
+    : identifier_(identifier), user_(::geteuid()), folder_(registryFolder(user_)) {
   const bool canBeNamed =
       !identifier_.empty() && identifier_.find_first_of("/@") == std::string::npos;
   if (canBeNamed) announce();
@@ -152,7 +151,7 @@ ApplicationRegistry::~ApplicationRegistry() {
 
 void ApplicationRegistry::announce() {
   constexpr int kTries = 100;  // a number may be taken: by a dead process, or in another namespace
-  const FileDescriptor folder = openFolder(folder_);
+  const FileDescriptor folder = openFolder(folder_, user_);
   const std::string base = identifier_ + "@" + std::to_string(::getpid());
   for (int i = 1; folder && i <= kTries; ++i) {
     std::string name = i == 1 ? base : base + "-" + std::to_string(i);
@@ -170,7 +169,7 @@ std::vector<RunningApplication> ApplicationRegistry::running(std::string_view id
   };
   std::vector<Instance> instances;
   const std::string prefix = std::string(identifier) + "@";
-  if (const FileDescriptor folder = openFolder(folder_)) {
+  if (const FileDescriptor folder = openFolder(folder_, user_)) {
     for (std::string& name : namesIn(folder, prefix)) {
       const auto since = heldSince(folder, name);
       if (since) instances.push_back({*since, std::move(name)});

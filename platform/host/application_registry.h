@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/types.h>
+
 #include "platform/host/file_descriptor.h"
 #include "platform/running_applications.h"
 
@@ -45,6 +47,7 @@ class ApplicationRegistry {
   void announce();
 
   std::string identifier_;
+  uid_t user_;
   std::string folder_;   // empty: no registry
   std::string file_;     // our file's name; empty: not registered
   FileDescriptor lock_;  // held open, and so locked, for the life of the object
