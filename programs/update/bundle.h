@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace tarvel::update {
+
+// What a bundle's Info.plist says. Throws UpdateError for a folder that is no bundle of ours.
+struct BundleInfo {
+  std::string version;
+  std::string feedURL;    // empty: no updates
+  std::string publicKey;  // base64
+};
+BundleInfo readBundle(const std::string& path);
+
+// Whether a package manager owns the bundle: it lies where only those write.
+bool isPackaged(const std::string& path);
+
+// Unpacks the archive (tar, gzip) beside the bundle and puts the bundle of this version that is in
+// it in the place of the old one, in one step. Throws UpdateError and leaves everything as it was
+// when it holds anything else.
+void replaceBundle(const std::string& path, const std::string& archive, const std::string& version);
+
+}  // namespace tarvel::update

@@ -1,0 +1,42 @@
+#include "programs/update/restart.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include "platform/host/application_registry.h"
+#include "platform/host/child_process.h"
+
+namespace tarvel::update {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kHelperIdentifier = "com.Tarvel.Helper";
+constexpr const char* kService = "tarvel-helper.service";
+
+void endRunningHelpers() {
+  const ApplicationRegistry registry;
+  for (const auto& helper : registry.running(kHelperIdentifier)) {
+    const long pid = std::strtol(helper.instance.c_str(), nullptr, 10);
+    if (pid > 1) kill(static_cast<pid_t>(pid), SIGTERM);
+  }
+  for (int i = 0; i < 100 && !registry.running(kHelperIdentifier).empty(); ++i) {
+    std::this_thread::sleep_for(50ms);
+  }
+}
+
+}  // namespace
+
+void restartHelper(const std::string& bundlePath) {
+  if (std::getenv("INVOCATION_ID") != nullptr) {
+    const auto service =
+        spawnProgram("systemctl", {"--user", "--no-block", "try-restart", kService});
+    if (service && waitForProgram(*service) == 0) return;
+  }
+  endRunningHelpers();
+  spawnProgram(bundlePath + "/TarvelHelper", {});
+}
+
+}  // namespace tarvel::update
