@@ -1,0 +1,120 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+// Which sensor of Linux stands for which key of the System Management Controller.
+//
+// Names and labels are those of the kernel's drivers (Documentation/hwmon/ and
+// Documentation/power/ of its sources). What is not listed would mislead: acpitz, the thermistor
+// inputs of super-I/O chips (CPUTIN, SYSTIN, AUXTIN), inputs that a board scales as it likes,
+// negotiated voltages of USB-C ports, single core complexes, network chips.
+
+namespace tarvel {
+
+// Rows are tried from top to bottom, and of several sensors for one key the first that answers is
+// used. In names and labels "|" separates alternatives and "*" at the end stands for anything. An
+// input is one file ("in3") or, with a label, any of its kind ("temp"). Several keys, separated by
+// blanks, are given to the matching sensors one by one, further sensors are left out; the order is
+// that of the devices' paths, then of the number behind the "*" of a label.
+struct SensorRow {
+  std::string_view chip;
+  std::string_view input;
+  std::string_view label;
+  std::string_view keys;
+};
+
+inline constexpr auto kSensorRows = std::to_array<SensorRow>({
+    {"macsmc_hwmon", "power", "Total System Power", "PSTR"},
+    {"macsmc_hwmon", "power", "AC Input Power", "PDTR"},
+    {"macsmc_hwmon", "in", "AC Input Voltage", "VD0R"},
+    {"macsmc_hwmon", "curr", "AC Input Current", "ID0R"},
+    {"macsmc_hwmon", "temp", "Battery Hotspot*", "TB0T"},
+    {"macsmc_hwmon", "temp", "WiFi/BT*", "TW0P"},
+    {"macsmc_hwmon", "temp", "NAND*", "TH0A"},
+    {"macsmc_hwmon", "in", "Battery Voltage", "VBAT"},
+
+    {"coretemp", "temp", "Package id 0|Physical id 0", "TCXC"},
+    {"coretemp", "temp", "Package id 1|Physical id 1", "TC1D"},
+    {"coretemp", "temp", "Core *",
+     "TC0C TC1C TC2C TC3C TC4C TC5C TC6C TC7C TC8C TC9C "
+     "TC0c TC1c TC2c TC3c TC4c TC5c TC6c TC7c TC8c TC9c"},
+    {"k10temp|zenpower", "temp", "Tdie", "TC0D"},
+    {"k10temp|zenpower", "temp", "Tctl", "TC0D"},
+    {"zenpower", "in", "SVI2_Core", "VC0C"},
+    {"zenpower", "curr", "SVI2_C_Core", "IC0C"},
+    {"zenpower", "power", "SVI2_P_Core", "PC0C"},
+    {"cpu_thermal|cpu-thermal|cpu|soc_thermal|soc-thermal", "temp1", "", "TC0D"},
+    {"gpu_thermal|gpu-thermal|gpu", "temp1", "", "TG0D"},
+    {"pch_*", "temp1", "", "TPCD"},
+    {"amdgpu|amdgpu integrated|radeon|nouveau", "temp1", "", "TGDD TG1D"},
+    {"amdgpu|amdgpu integrated", "temp", "mem", "TGVP"},
+    {"amdgpu|amdgpu integrated", "in", "vddgfx", "VG0C"},
+    {"amdgpu", "power", "PPT", "PGTR"},
+    {"iwlwifi*", "temp1", "", "TW0P"},
+    {"nvme", "temp", "Composite", "TH0A TH0B TH0C"},
+
+    {"battery", "temp1", "", "TB0T"},
+    {"battery", "in1", "", "VBAT"},
+    {"battery", "curr1", "", "IB0R"},
+    {"battery", "power1", "", "PB0R"},
+    {"powercap", "energy", "package-*", "PCPT"},
+    {"powercap", "energy", "core", "PCPC"},
+    {"powercap", "energy", "uncore", "PCPG"},
+    {"powercap", "energy", "dram", "PCPD"},
+    {"powercap", "energy", "psys", "PSTR"},
+    {"power_meter", "power1", "", "PSTR"},
+
+    {"corsairpsu", "in", "v_out +12v", "VV9S"},
+    {"corsairpsu", "in", "v_out +5v", "VV1S"},
+    {"corsairpsu", "in", "v_out +3.3v", "VR3R"},
+    {"corsairpsu", "curr", "curr +12v", "ID2R"},
+    {"corsairpsu", "power", "power +12v", "PD2R"},
+    {"corsairpsu", "power", "power +5v", "PH05"},
+    {"corsairpsu", "power", "power +3.3v", "PH02"},
+    {"corsairpsu", "power", "power total", "PSTR"},
+    {"corsairpsu", "temp", "vrm temp", "Tp0P"},
+
+    {"asusec|asus_wmi_sensors", "in", "CPU Core|CPU Core Voltage", "VC0C"},
+    {"asusec", "curr", "CPU", "IC0C"},
+    {"asus_wmi_sensors", "in", "+12V Voltage", "VV9S"},
+    {"asus_wmi_sensors", "in", "+5V Voltage", "VV1S"},
+    {"asus_wmi_sensors", "in", "3VSB Voltage", "VV3S"},
+    {"asus_wmi_sensors", "in", "VBAT Voltage", "Vb0R"},
+    {"nct677*|nct679*|nct610*|nct611*", "in0", "", "VC0C"},
+    {"nct677*|nct679*|nct610*|nct611*", "in3", "", "VR3R"},
+    {"nct677*|nct679*|nct610*|nct611*", "in7", "", "VV3S"},
+    {"nct677*|nct679*|nct610*|nct611*", "in8", "", "Vb0R"},
+    {"it8*", "in", "+5V", "VV1S"},
+    {"it8*", "in", "5VSB", "VV8S"},
+    {"it8*", "in", "3VSB", "VV3S"},
+    {"it8*", "in", "Vbat", "Vb0R"},
+    {"it8*", "in", "+3.3V", "VR3R"},
+
+    {"dell_smm|thinkpad", "temp", "CPU", "TC0P"},
+    {"dell_smm|thinkpad", "temp", "Ambient", "TA0p"},
+    {"dell_smm|thinkpad", "temp", "SODIMM", "TM0P"},
+});
+
+// Chips with inputs for more fans than a board has headers, and a board more headers than fans.
+inline constexpr std::string_view kSuperIOChips =
+    "nct6*|nct7*|it8*|w836*|f718*|f719*|f80*|sch5*|dme1737|smsc47*|pc87*|vt1211|emc2*";
+
+// Chips that are a real controller: temperatures and fans come from it alone, drives apart.
+inline constexpr std::string_view kControllerChips = "applesmc|macsmc_hwmon";
+inline constexpr std::string_view kDriveChips = "nvme";
+
+// Whether a text is one of the alternatives of a pattern.
+constexpr bool matchesPattern(std::string_view pattern, std::string_view text) {
+  while (true) {
+    const auto bar = pattern.find('|');
+    const std::string_view one = pattern.substr(0, bar);
+    if (one.ends_with('*') ? text.starts_with(one.substr(0, one.size() - 1)) : text == one) {
+      return true;
+    }
+    if (bar == std::string_view::npos) return false;
+    pattern.remove_prefix(bar + 1);
+  }
+}
+
+}  // namespace tarvel

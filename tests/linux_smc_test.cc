@@ -1,0 +1,344 @@
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/host/file_descriptor.h"
+#include "platform/linux/linux_apple_smc.h"
+#include "sensors/fan_sensors.h"
+#include "sensors/temp_sensors.h"
+#include "sensors/voltage_sensors.h"
+#include "smc/smc_wrapper.h"
+#include "tests/fake_ata.h"
+#include "tests/fake_smc.h"
+#include "tests/temporary_tree.h"
+
+namespace tarvel {
+namespace {
+
+using Lines = std::vector<std::string>;
+using std::chrono::seconds;
+
+const std::filesystem::path kTrees = std::filesystem::path(TARVEL_FIXTURES) / "hwmon";
+
+std::string words(const PropertyList& value) {
+  if (const auto* text = value.as<std::string>()) return *text;
+  std::string joined;
+  const auto& list = *value.as<Array>();
+  for (std::size_t i = 0; i + 1 < list.size(); ++i) joined += (i ? " " : "") + words(list[i]);
+  return joined;
+}
+
+void append(Lines& lines, const std::string& kind, const Array& records) {
+  for (const auto& record : records) {
+    const auto& fields = *record.as<Array>();
+    lines.push_back("= " + kind + "\t" + words(fields[0]) + "=" + words(fields[1]));
+  }
+}
+
+// A machine in a temporary sysfs, and the whole way from its files to the records.
+class Machine {
+ public:
+  TemporaryTree sys;
+  MonotonicTime now = seconds(1000);
+  LinuxSMCOptions options;
+
+  Machine() {
+    options.root = sys.path();
+    options.clock = [this] { return now; };
+  }
+
+  // Unpacks a machine; what it is to show comes back.
+  Lines unpack(const std::string& name) {
+    Lines expected;
+    std::ifstream file(kTrees / (name + ".tsv"));
+    for (std::string line; std::getline(file, line);) {
+      const auto tab = line.find('\t');
+      const auto content = line.substr(tab + 1);
+      if (line.starts_with("=")) {
+        expected.push_back(line);
+      } else if (content.starts_with("-> ")) {
+        sys.link(line.substr(0, tab), content.substr(3));
+      } else {
+        sys.write(line.substr(0, tab), content.empty() ? "" : content + "\n");
+      }
+    }
+    return expected;
+  }
+
+  // A hwmon chip: its name, then files and contents in turn.
+  void chip(const std::string& number, const std::string& name, const Lines& files = {}) {
+    const std::string folder = "devices/chip" + number;
+    sys.write(folder + "/name", name + "\n");
+    for (std::size_t i = 0; i + 1 < files.size(); i += 2) set(number, files[i], files[i + 1]);
+    sys.link(folder + "/device", "../parent" + number);
+    sys.write("devices/parent" + number + "/power/runtime_status", "unsupported\n");
+    sys.link("class/hwmon/hwmon" + number, "../../devices/chip" + number);
+  }
+  void set(const std::string& number, const std::string& file, const std::string& content) {
+    sys.write("devices/chip" + number + "/" + file, content + "\n");
+  }
+  void unplug(const std::string& number) {
+    sys.remove("class/hwmon/hwmon" + number);
+    sys.remove("devices/chip" + number);
+  }
+
+  // The records of one cycle, three seconds after the one before.
+  Lines cycle() {
+    now += seconds(3);
+    if (!smc_) {
+      smc_ = makeLinuxAppleSMC(options);
+      session_ = std::make_unique<SMCSession>(*smc_, log);
+    }
+    FakeAta ata;
+    SMCVoltageSensors electrical(*session_);
+    Lines lines;
+    append(lines, "temperature", SMCTempSensors(*session_, ata).getTemps());
+    append(lines, "fan", SMCFanSensors(*session_).getFans());
+    append(lines, "voltage", electrical.getVoltages());
+    append(lines, "current", electrical.getCurrent());
+    append(lines, "power", electrical.getPower());
+    return lines;
+  }
+
+  FakeLog log;
+
+ private:
+  std::unique_ptr<AppleSMC> smc_;
+  std::unique_ptr<SMCSession> session_;
+};
+
+Lines named(const std::string& kind, const Lines& records) {
+  Lines lines;
+  for (const auto& record : records) {
+    lines.push_back(std::string("= ").append(kind).append("\t").append(record));
+  }
+  return lines;
+}
+
+TEST(LinuxSMC, ShowsWhatThePrintoutsOfMachinesPromise) {
+  std::size_t machines = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(kTrees)) {
+    if (entry.path().extension() != ".tsv") continue;
+    ++machines;
+    Machine machine;
+    const auto expected = machine.unpack(entry.path().stem());
+    EXPECT_EQ(machine.cycle(), expected) << entry.path();
+    EXPECT_EQ(machine.cycle(), expected) << entry.path();
+  }
+  EXPECT_EQ(machines, 11U);
+}
+
+TEST(LinuxSMC, IsNoServiceWithoutAnySensor) {
+  Machine machine;
+  machine.chip("0", "acpitz", {"temp1_input", "27800"});
+  testing::internal::CaptureStdout();
+  EXPECT_TRUE(machine.cycle().empty());
+  EXPECT_TRUE(machine.cycle().empty());
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error: no SMC found\n");
+  EXPECT_EQ(machine.log.lines, Lines({"Unable to open SMC."}));
+}
+
+// The key table of a controller behind its index; another program moves the index now and then.
+class TableOfKeys : public KeyAtIndex {
+ public:
+  explicit TableOfKeys(std::size_t& accesses) : accesses_(accesses) {
+    std::ifstream file(kTrees / "macbook-2007-keys.txt");
+    std::string line;
+    for (std::getline(file, line); std::getline(file, line);) {
+      Row row;
+      std::istringstream(line) >> row.index;
+      row.name = line.substr(line.find('\t') + 1, 4);
+      row.type = line.substr(line.find(row.name) + 5, 4);
+      std::istringstream(line.substr(line.find(row.type) + 5)) >> row.length >> row.data;
+      rows_.push_back(row);
+    }
+  }
+  unsigned count() override { return static_cast<unsigned>(rows_.size()); }
+  void lock() override {}
+  void unlock() override {}
+  bool select(unsigned index) override {
+    index_ = ++accesses_ % 7 == 0 ? 3 : index;
+    return index < rows_.size();
+  }
+  std::string name() override { return rows_[index_].name; }
+  std::string type() override { return rows_[index_].type; }
+  std::string length() override { return rows_[index_].length; }
+  std::string data() override {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < rows_[index_].data.size(); i += 2) {
+      bytes += static_cast<char>(std::stoi(rows_[index_].data.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
+  }
+
+ private:
+  struct Row {
+    std::string index, name, type, length, data;
+  };
+  std::size_t& accesses_;
+  std::vector<Row> rows_;
+  unsigned index_ = 0;
+};
+
+TEST(LinuxSMC, ReadsARawControllerOnceACycle) {
+  Machine machine;
+  std::size_t accesses = 0;
+  machine.options.openController = [&](const std::string&) {
+    return std::make_unique<TableOfKeys>(accesses);
+  };
+  const auto expected = machine.unpack("macbook-2007");
+  machine.sys.remove("devices/platform/applesmc.768/temp7_input");  // labels are not needed
+  EXPECT_EQ(machine.cycle(), expected);
+  accesses = 0;
+  EXPECT_EQ(machine.cycle(), expected);
+  EXPECT_LE(accesses, 15U + 5U);  // every key once, and again where the index was moved
+}
+
+TEST(LinuxSMC, SaturatesAndRounds) {
+  Machine machine;
+  machine.chip("0", "coretemp",
+               {"temp1_label", "Package id 0", "temp1_input", "200000", "temp12_label", "Core 10",
+                "temp12_input", "41999", "temp4_label", "Core 2", "temp4_input", "-5000",
+                "temp5_label", "Core 3", "temp5_input", "junk"});
+  machine.chip(
+      "1", "corsairpsu",
+      {"in1_label", "v_out +12v", "in1_input", "99000", "in2_label", "v_out +5v", "in2_input",
+       "-40000", "curr1_label", "curr +12v", "curr1_input", "300000", "power1_label", "power total",
+       "power1_input", "1500000000", "fan1_input", "20000"});
+  machine.chip("2", "power_meter", {"power1_average", "4294967295000"});
+  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tCPU Core 1=42", "= temperature\tCPU PECI=127",
+                                    "= fan\tFan 0=16383 0 0", "= voltage\tMain 12V=32.00",
+                                    "= voltage\tMain 5V=-32.00", "= current\tMain 12V=255.99",
+                                    "= power\tSystem Total=1023.98"}));
+}
+
+TEST(LinuxSMC, LeavesOutMoreCoresDrivesAndFansThanKeys) {
+  Machine machine;
+  machine.chip("0", "coretemp");
+  for (int core = 0; core < 25; ++core) {
+    machine.set("0", "temp" + std::to_string(core + 2) + "_label", "Core " + std::to_string(core));
+    machine.set("0", "temp" + std::to_string(core + 2) + "_input", "40000");
+    machine.set("0", "fan" + std::to_string(core + 1) + "_input", "1000");
+  }
+  for (const char* drive : {"1", "2", "3", "4"}) {
+    machine.chip(drive, "nvme",
+                 {"temp1_label", "Composite", "temp1_input", drive + std::string("0000")});
+  }
+  const auto lines = machine.cycle();
+  EXPECT_EQ(lines.size(), 20U + 3U + 10U);
+  EXPECT_TRUE(std::ranges::count(lines, "= temperature\tNAND Proximity 2=30"));
+}
+
+TEST(LinuxSMC, KeepsReadingsOfSensorsThatFailOrSleep) {
+  Machine machine;
+  machine.chip("0", "amdgpu", {"temp1_label", "edge", "temp1_input", "60000"});
+  machine.chip("1", "iwlwifi_1", {"temp1_input", ""});
+  machine.chip("2", "k10temp", {"temp1_label", "Tctl", "temp1_input", "50000"});
+  machine.chip("3", "pch_cannonlake");
+  machine.sys.link("devices/chip3/temp1_input", "/proc/self/mem");  // reads as EIO
+  EXPECT_EQ(machine.cycle(), named("temperature", {"CPU Diode=50", "GPU Diode=60"}));
+  machine.sys.write("devices/parent0/power/runtime_status", "suspended\n");
+  machine.set("0", "temp1_input", "99000");
+  machine.sys.write("devices/chip2/temp1_input", "");
+  machine.set("1", "temp1_input", "40000");
+  const auto all = named("temperature", {"Airport Proximity=40", "CPU Diode=50", "GPU Diode=60"});
+  EXPECT_EQ(machine.cycle(), all);
+  EXPECT_EQ(machine.cycle(), all);
+  machine.sys.write("devices/parent0/power/runtime_status", "active\n");
+  EXPECT_EQ(machine.cycle(),
+            named("temperature", {"Airport Proximity=40", "CPU Diode=50", "GPU Diode=99"}));
+}
+
+TEST(LinuxSMC, FollowsDevicesThatComeAndGo) {
+  Machine machine;
+  machine.chip("0", "nct6798", {"fan1_input", "0", "fan2_input", "900", "in3_input", "3300"});
+  EXPECT_EQ(machine.cycle(), Lines({"= fan\tFan 0=900 0 0", "= voltage\tMain 3.3V=3.30"}));
+  machine.chip("1", "nvme", {"temp1_label", "Composite", "temp1_input", "30000"});
+  machine.set("0", "fan2_input", "0");  // stands still, but has turned
+  const Lines both = {"= temperature\tSSD Proximity=30", "= fan\tFan 0=0 0 0",
+                      "= voltage\tMain 3.3V=3.30"};
+  EXPECT_EQ(machine.cycle(), both);
+  machine.unplug("1");
+  machine.unplug("0");
+  EXPECT_TRUE(machine.cycle().empty());
+  machine.chip("5", "nvme", {"temp1_label", "Composite", "temp1_input", "31000"});
+  EXPECT_EQ(machine.cycle(), named("temperature", {"SSD Proximity=31"}));
+}
+
+TEST(LinuxSMC, MakesPowerOfEnergy) {
+  EnergyMeter meter(1'000'000'000);
+  const struct {
+    std::int64_t energy;
+    int second;
+    double power;
+  } cases[] = {
+      {900'000'000, 0, 0}, {930'000'000, 3, 10}, {930'000'000, 3, 10},
+      {20'000'000, 6, 30}, {22'000'000, 700, 0}, {25'000'000, 703, 1},
+  };
+  for (const auto& row : cases) {
+    const double power = meter.power(row.energy, seconds(row.second));
+    EXPECT_NEAR(power, row.power, 0.1) << row.second;
+  }
+  EnergyMeter wide(262'143'328'850);
+  wide.power(100'000'000'000, seconds(0));
+  wide.power(100'030'000'000, seconds(3));
+  EXPECT_EQ(wide.power(5'000'000, seconds(6)), 10);
+}
+
+TEST(LinuxSMC, AddsUpPackages) {
+  Machine machine;
+  const std::string zones[] = {"intel-rapl:0", "intel-rapl:1", "intel-rapl-mmio:0"};
+  const auto set = [&](const char* energy) {
+    for (int i = 0; i < 3; ++i) {
+      const std::string folder = "class/powercap/" + zones[i];
+      machine.sys.write(folder + "/name", "package-" + std::to_string(i) + "\n");
+      machine.sys.write(folder + "/max_energy_range_uj", "100000000\n");
+      std::ofstream(machine.sys.path(folder + "/energy_uj")) << energy;
+    }
+  };
+  set("90000000");
+  EXPECT_EQ(machine.cycle(), Lines({"= power\tCPU Pack Total=0.00"}));
+  set("20000000");
+  EXPECT_EQ(machine.cycle(), Lines({"= power\tCPU Pack Total=20.00"}));
+}
+
+// A pipe that nobody writes to holds its reader up as a driver does that hangs.
+TEST(LinuxSMC, WaitsOnceForADeviceThatHangs) {
+  Machine machine;
+  machine.options.readingLimit = std::chrono::milliseconds(20);
+  machine.chip("0", "k10temp", {"temp1_label", "Tctl", "temp1_input", "50000"});
+  machine.chip("1", "nvme", {"temp1_label", "Composite"});
+  machine.chip("2", "iwlwifi_1", {"temp1_input", "40000"});
+  const std::string pipe = machine.sys.path("devices/chip1/temp1_input");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  // It hangs alone, then, let go of, among the others: these are read all the same.
+  for (const char* degrees : {"40", "41"}) {
+    machine.set("2", "temp1_input", degrees + std::string("000"));
+    const auto others =
+        named("temperature", {std::string("Airport Proximity=") + degrees, "CPU Diode=50"});
+    EXPECT_EQ(machine.cycle(), others);
+    EXPECT_EQ(machine.cycle(), others);
+    const FileDescriptor writer(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+  }
+  const FileDescriptor writer(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+  std::filesystem::remove(pipe);
+  machine.set("1", "temp1_input", "31000");
+  const auto all =
+      named("temperature", {"Airport Proximity=41", "CPU Diode=50", "SSD Proximity=31"});
+  Lines lines;
+  for (int i = 0; i < 1000 && lines != all; ++i) lines = machine.cycle();
+  EXPECT_EQ(lines, all);
+}
+
+}  // namespace
+}  // namespace tarvel
