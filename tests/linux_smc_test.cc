@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "platform/host/file_descriptor.h"
+#include "platform/linux/file_sensors.h"
 #include "platform/linux/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"

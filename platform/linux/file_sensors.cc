@@ -50,7 +50,7 @@ void FileSensors::publish() {
   for (Sensor& sensor : sensors_) {
     if (!sensor.incoming) continue;
     sensor.reading = std::exchange(sensor.incoming, std::nullopt);
-    sensor.everPositive = sensor.everPositive || *sensor.reading > 0;
+    sensor.everPositive = sensor.everPositive || sensor.reading > 0;
   }
 }
 

@@ -1,22 +1,18 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/linux/monotonic_clock.h"
 #include "platform/linux/sensor_device.h"
 #include "platform/linux/sysfs.h"
 
 // The sensors of one device, each a file with a number in it.
 
 namespace tarvel {
-
-using MonotonicTime = std::chrono::nanoseconds;  // since some start, not counting suspend
-using MonotonicClock = std::function<MonotonicTime()>;
 
 // Power from the readings of an energy counter, in watts.
 class EnergyMeter {

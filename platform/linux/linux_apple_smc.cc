@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -35,12 +34,6 @@ constexpr std::uint8_t kReadBytes = 5;
 constexpr std::uint8_t kReadKeyInfo = 9;
 constexpr std::uint8_t kResultKeyNotFound = 0x84;
 
-MonotonicTime monotonicTime() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
-}
-
 // What a look at the machine found; filled on a thread that may hang.
 struct Scan {
   std::mutex mutex;
@@ -63,9 +56,7 @@ std::shared_ptr<RawController> usableController(const std::vector<Chip>& chips,
 
 class LinuxAppleSMC : public AppleSMC {
  public:
-  explicit LinuxAppleSMC(LinuxSMCOptions options) : options_(std::move(options)) {
-    if (!options_.clock) options_.clock = monotonicTime;
-  }
+  explicit LinuxAppleSMC(LinuxSMCOptions options) : options_(std::move(options)) {}
 
   Match IOServiceGetMatchingServices(std::string_view className) override {
     if (className != "AppleSMC") return {};
@@ -271,6 +262,7 @@ std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {
 // The fans that are there, in their order, as many as there are keys for.
 std::vector<const FanSensors*> LinuxAppleSMC::turningFans() {
   std::vector<SensorRef> inputs;
+  inputs.reserve(sensors_.fans.size());
   for (const auto& fan : sensors_.fans) inputs.push_back(fan.input);
   ensureRead(inputs);
   std::vector<const FanSensors*> turning;

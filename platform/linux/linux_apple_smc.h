@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/apple_smc.h"
-#include "platform/linux/file_sensors.h"
+#include "platform/linux/monotonic_clock.h"
 #include "platform/linux/raw_controller.h"
 
 // The AppleSMC service of a Linux machine: the keys of a real controller where there is one, else
@@ -23,7 +23,7 @@ namespace tarvel {
 
 struct LinuxSMCOptions {
   std::string root = "/sys";
-  MonotonicClock clock;  // none: CLOCK_MONOTONIC
+  MonotonicClock clock = monotonicTime;
   std::chrono::milliseconds readingLimit{500};
   std::function<std::unique_ptr<KeyAtIndex>(const std::string& folder)> openController =
       openKeyAtIndex;
