@@ -31,19 +31,17 @@ HelperProcess::~HelperProcess() {
 }
 
 bool HelperProcess::start() {
-  const auto path = helperPath();
+  const auto path = siblingPath("TarvelHelper.app/TarvelHelper");
   const FileDescriptor log = openLog();
   if (!path || !log) return false;
   child = spawnProgram(*path, {}, {{log.get(), STDOUT_FILENO}, {log.get(), STDERR_FILENO}});
   return child.has_value();
 }
 
-std::optional<std::string> helperPath() {
+std::optional<std::string> siblingPath(const std::string& name) {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  const auto path =
-      (program.parent_path().parent_path() / "lib/tarvel" / "TarvelHelper.app/TarvelHelper")
-          .lexically_normal();
+  const auto path = program.parent_path().parent_path() / "lib/tarvel" / name;
   return access(path.c_str(), X_OK) == 0 ? std::optional(path.string()) : std::nullopt;
 }
 

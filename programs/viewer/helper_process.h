@@ -24,8 +24,8 @@ class HelperProcess {
   std::optional<pid_t> child;
 };
 
-// The helper beside this program: ../lib/tarvel/TarvelHelper.app/TarvelHelper, seen from the folder
-// of the program's file. None when it is not there.
-std::optional<std::string> helperPath();
+// A program of this installation: ../lib/tarvel/NAME, seen from the folder of the running program's
+// file. None when it is not there.
+std::optional<std::string> siblingPath(const std::string& name);
 
 }  // namespace tarvel::viewer

@@ -1,19 +1,17 @@
 #include "programs/viewer/watch.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <optional>
-#include <sstream>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "app/store_keys.h"
 #include "platform/host/application_registry.h"
 #include "platform/host/defaults_store.h"
 #include "programs/viewer/commands.h"
+#include "programs/viewer/dashboard_process.h"
 #include "programs/viewer/helper_process.h"
 #include "programs/viewer/output.h"
 #include "programs/viewer/panels.h"
@@ -35,15 +33,16 @@ class EndingSignals {
  public:
   EndingSignals() {
     sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&signals, signal);
     sigprocmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
   }
 
-  // Sleeps; true when a signal has come.
+  // Sleeps, until a child has ended at the longest; true when a signal has come.
   bool within(std::chrono::milliseconds time) const {
     const timespec limit = {time.count() / 1000, time.count() % 1000 * 1'000'000};
-    return sigtimedwait(&signals, nullptr, &limit) > 0;
+    const int signal = sigtimedwait(&signals, nullptr, &limit);
+    return signal > 0 && signal != SIGCHLD;
   }
 
  private:
@@ -78,32 +77,23 @@ int printSnapshot(DefaultsStore& store, bool json) {
   return printOut(json ? oneLine(jsonOf(snapshot, iconDirectory())) : tablesOf(snapshot));
 }
 
-// The tables cut to the terminal, over what stood there.
-int paint(const Snapshot& snapshot) {
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) size.ws_row = 24;
-  std::istringstream lines(tablesOf(snapshot));
-  std::string screen = "\033[H";
-  std::string line;
-  for (int row = 1; row < size.ws_row && std::getline(lines, line); ++row) {
-    screen += line + "\033[K\n";
-  }
-  return printOut(screen + "\033[J");
-}
-
-int showLive(DefaultsStore& store, bool json, const EndingSignals& signals) {
-  if (!json) printOut("\033[H\033[2J");
+// One line at the start and one after every change.
+int printChanges(DefaultsStore& store, const EndingSignals& signals) {
   std::optional<DefaultsStore::ChangeToken> shown;
   do {
     const auto token = store.changeToken();
     if (shown == token) continue;
     shown = token;
-    const auto snapshot = enabledSnapshot(store);
-    const int status =
-        json ? printOut(oneLine(jsonOf(snapshot, iconDirectory()))) : paint(snapshot);
+    const int status = printOut(oneLine(jsonOf(enabledSnapshot(store), iconDirectory())));
     if (status != kDone) return status;
   } while (!signals.within(kLook));
   return kDone;
+}
+
+int showDashboard(const EndingSignals& signals) {
+  const int status = runDashboard([&] { return signals.within(kLook); });
+  if (status < 0) throw CommandError(kNothing, "dashboard", "not found beside this program");
+  return status;
 }
 
 void enablePanels(DefaultsStore& store) {
@@ -122,8 +112,8 @@ int watch(DefaultsStore& store, const WatchOptions& options) {
   if (!options.noHelper && registration.running(kHelperIdentifier).empty() && !helper.start()) {
     std::fputs("tarvel: helper: not found beside this program\n", stderr);
   }
-  const bool live = !options.once && (options.json || isatty(STDOUT_FILENO) == 1);
-  if (live) return showLive(store, options.json, signals);
+  if (!options.once && options.json) return printChanges(store, signals);
+  if (!options.once && isatty(STDOUT_FILENO) == 1) return showDashboard(signals);
   return waitForReadings(store, signals) ? printSnapshot(store, options.json) : kNothing;
 }
 

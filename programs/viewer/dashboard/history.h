@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// What the readings were: the latest values of each row, and the least and the largest since the
+// dashboard began.
+
+namespace tarvel::viewer {
+
+class Series {
+ public:
+  static constexpr std::size_t kLength = 40;
+
+  void add(double value);
+
+  std::size_t size() const { return count; }
+  double at(std::size_t index) const { return values[(first + index) % kLength]; }  // 0: the oldest
+  double minimum() const { return least; }
+  double maximum() const { return most; }
+
+ private:
+  std::array<double, kLength> values{};
+  std::size_t first = 0;
+  std::size_t count = 0;
+  double least = 0;
+  double most = 0;
+};
+
+// The series of the rows of all panels. A row that has not come for as long as a series remembers
+// is forgotten.
+class History {
+ public:
+  void add(const std::string& row, double value);
+
+  // To be called when all rows of a refresh were added.
+  void endRefresh();
+
+  const Series* of(std::string_view row) const;
+
+ private:
+  struct Row {
+    Series series;
+    std::size_t lastRefresh = 0;
+  };
+
+  std::map<std::string, Row, std::less<>> rows;
+  std::size_t refresh = 0;
+};
+
+// The number that a reading's text begins with, its K, M or G multiplied out; none without one.
+std::optional<double> numberOf(std::string_view text);
+
+}  // namespace tarvel::viewer

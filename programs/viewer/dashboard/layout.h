@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+// Where the panels stand on the screen. Pure.
+
+namespace tarvel::viewer {
+
+struct Box {
+  int top = 0;
+  int left = 0;
+  int height = 0;
+  int width = 0;
+  bool operator==(const Box&) const = default;
+};
+
+struct PanelSize {
+  bool isList = false;  // a process list, which takes all the room it gets
+  int rows = 0;         // what it has to show, without its frame
+};
+
+struct PlacedPanel {
+  std::size_t panel = 0;  // its index
+  Box box;
+};
+
+// Lists to the left, sensors to the right, each column shared out by what its panels have to show.
+// Panels that would get less than a title and two rows are left out, those after the focused one
+// first, so that the focused one always stands there.
+std::vector<PlacedPanel> layOut(const std::vector<PanelSize>& panels, std::size_t focused,
+                                Box area);
+
+}  // namespace tarvel::viewer

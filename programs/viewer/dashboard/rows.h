@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "programs/viewer/dashboard/model.h"
+#include "programs/viewer/readings.h"
+
+namespace tarvel::viewer {
+
+// The rows that a reading is shown by: filtered, grouped and ordered as chosen.
+std::vector<DisplayRow> displayRows(std::string_view key, const Reading& reading,
+                                    const Choices& choices);
+
+// The column of a process list that it is ordered by.
+std::string_view mainColumn(std::string_view key);
+
+}  // namespace tarvel::viewer
