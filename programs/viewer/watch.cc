@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <optional>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include "app/store_keys.h"
@@ -71,16 +72,24 @@ bool waitForReadings(DefaultsStore& store, const EndingSignals& signals) {
   return true;
 }
 
-int printSnapshot(DefaultsStore& store, bool json) {
-  const auto snapshot = enabledSnapshot(store);
-  if (snapshot.empty()) throw CommandError(kNothing, "readings", "none have come");
-  return printOut(json ? oneLine(jsonOf(snapshot, iconDirectory())) : tablesOf(snapshot));
+int snapshot(DefaultsStore& store, const EndingSignals& signals, bool json) {
+  if (!waitForReadings(store, signals)) return kNothing;
+  const auto readings = enabledSnapshot(store);
+  if (readings.empty()) throw CommandError(kNothing, "readings", "none have come");
+  return printOut(json ? oneLine(jsonOf(readings, iconDirectory())) : tablesOf(readings));
+}
+
+// Whether nobody is left to read a pipe: without anything to write one would never learn it.
+bool isOutputClosed() {
+  pollfd output = {STDOUT_FILENO, 0, 0};
+  return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 // One line at the start and one after every change.
 int printChanges(DefaultsStore& store, const EndingSignals& signals) {
   std::optional<DefaultsStore::ChangeToken> shown;
   do {
+    if (isOutputClosed()) return kNothing;
     const auto token = store.changeToken();
     if (shown == token) continue;
     shown = token;
@@ -90,10 +99,11 @@ int printChanges(DefaultsStore& store, const EndingSignals& signals) {
   return kDone;
 }
 
-int showDashboard(const EndingSignals& signals) {
+// A terminal that cannot show it gets a snapshot.
+int showDashboard(DefaultsStore& store, const EndingSignals& signals) {
   const int status = runDashboard([&] { return signals.within(kLook); });
   if (status < 0) throw CommandError(kNothing, "dashboard", "not found beside this program");
-  return status;
+  return status == kUnfitTerminal ? snapshot(store, signals, false) : status;
 }
 
 void enablePanels(DefaultsStore& store) {
@@ -113,8 +123,8 @@ int watch(DefaultsStore& store, const WatchOptions& options) {
     std::fputs("tarvel: helper: not found beside this program\n", stderr);
   }
   if (!options.once && options.json) return printChanges(store, signals);
-  if (!options.once && isatty(STDOUT_FILENO) == 1) return showDashboard(signals);
-  return waitForReadings(store, signals) ? printSnapshot(store, options.json) : kNothing;
+  if (!options.once && isatty(STDOUT_FILENO) == 1) return showDashboard(store, signals);
+  return snapshot(store, signals, options.json);
 }
 
 }  // namespace tarvel::viewer

@@ -1,7 +1,6 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 
 #include <curses.h>
 #include <poll.h>
@@ -18,6 +17,7 @@
 #include "programs/viewer/dashboard/model.h"
 #include "programs/viewer/dashboard/painter.h"
 #include "programs/viewer/dashboard/screen.h"
+#include "programs/viewer/dashboard_process.h"
 
 // tarvel-dashboard: the live dashboard on a terminal. Started by `tarvel watch`, which registers
 // the viewer, starts the helper and, should this end badly, puts the terminal in order.
@@ -83,9 +83,5 @@ int main() {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP});
   Screen screen;
-  if (!screen.isReady()) {
-    std::fputs("tarvel: terminal: cannot show a dashboard (try tarvel watch --once)\n", stderr);
-    return 1;
-  }
-  return show(screen, signals);
+  return screen.isReady() ? show(screen, signals) : kUnfitTerminal;
 }

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "app/store_keys.h"
+#include "programs/viewer/dashboard/rows.h"
 #include "programs/viewer/dashboard/sparkline.h"
 #include "programs/viewer/panels.h"
 
@@ -207,8 +208,8 @@ void paintDetails(Screen& screen, const Model& model, const Cursor& cursor) {
   const auto& row = view.rows[cursor.row];
   std::vector<std::string> lines = {"now       " + row.value};
   if (const auto* series = model.history().of(row.id)) {
-    lines.push_back("least     " + formatted("%.2f", series->minimum()));
-    lines.push_back("largest   " + formatted("%.2f", series->maximum()));
+    lines.push_back("least     " + textLike(row.value, series->minimum()));
+    lines.push_back("largest   " + textLike(row.value, series->maximum()));
   }
   if (!row.note.empty()) lines.push_back((view.isList ? "belongs   " : "range     ") + row.note);
   if (row.pid > 0) {

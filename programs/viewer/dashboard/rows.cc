@@ -54,6 +54,12 @@ DisplayRow rowOf(std::string_view key, const ProcessRow& process) {
   return row;
 }
 
+std::string formatted(const char* format, double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, format, number);
+  return text;
+}
+
 // One row for all processes of an application; their loads added up.
 std::vector<DisplayRow> grouped(const std::vector<DisplayRow>& rows) {
   std::vector<DisplayRow> groups;
@@ -73,10 +79,7 @@ std::vector<DisplayRow> grouped(const std::vector<DisplayRow>& rows) {
     }
     DisplayRow& group = groups[place->second];
     group.number = group.number.value_or(0) + row.number.value_or(0);
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f", *group.number);
-    if (row.value.ends_with('%')) group.value = std::string(text) + "%";
-    if (group.value.find_first_of("KMG%") == std::string::npos) group.value = text;
+    group.value = textLike(row.value, *group.number);
     group.name = row.note + " (" + std::to_string(count) + ")";
   }
   return groups;
@@ -185,6 +188,15 @@ std::vector<DisplayRow> displayRows(std::string_view key, const Reading& reading
 std::string_view mainColumn(std::string_view key) {
   if (key == kCPUAppUsageKey) return "cpu";
   return key == kMEMAppUsageKey ? "mem" : "power";
+}
+
+std::string textLike(const std::string& other, double number) {
+  if (other.ends_with('%')) return formatted("%.1f%%", number);
+  if (other.find_last_of("KMG") == std::string::npos) return formatted("%.1f", number);
+  constexpr double kibi = 1024;
+  if (number < 10 * kibi * kibi) return formatted("%.0fK", number / kibi);
+  if (number < 10 * kibi * kibi * kibi) return formatted("%.0fM", number / kibi / kibi);
+  return formatted("%.1fG", number / kibi / kibi / kibi);
 }
 
 }  // namespace tarvel::viewer

@@ -13,6 +13,7 @@
 
 #include "platform/host/printable_text.h"
 #include "platform/utf8.h"
+#include "programs/viewer/dashboard/terminal_check.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -53,15 +54,20 @@ void setUpColours() {
   }
 }
 
-// Whole characters of the text in at most this many columns; each is taken to be one wide.
-std::string cut(std::string_view text, int width, int& columns) {
+// Whole characters of the text in at most this many columns; each is taken to be one wide. In
+// ASCII the degree sign goes and any other character is shown as "?".
+std::string cut(std::string_view text, int width, bool unicode, int& columns) {
   std::string shown;
-  columns = 0;
-  while (!text.empty() && columns < width) {
-    const auto length = std::max<std::size_t>(utf8Length(text), 1);
-    shown += text.substr(0, length);
-    text.remove_prefix(length);
-    ++columns;
+  for (columns = 0; !text.empty() && columns < width; ++columns) {
+    const auto character = text.substr(0, std::max<std::size_t>(utf8Length(text), 1));
+    text.remove_prefix(character.size());
+    if (unicode || character.size() == 1) {
+      shown += character;
+    } else if (character == "°") {
+      --columns;
+    } else {
+      shown += '?';
+    }
   }
   return shown;
 }
@@ -72,7 +78,7 @@ Screen::Screen() {
   std::setlocale(LC_ALL, "");
   unicode = std::string_view(nl_langinfo(CODESET)) == "UTF-8";
   const char* terminal = std::getenv("TERM");
-  ready = terminal != nullptr && newterm(nullptr, stdout, stdin) != nullptr;
+  ready = terminal != nullptr && canPlaceCursor() && newterm(nullptr, stdout, stdin) != nullptr;
   if (!ready) return;
   cbreak();
   noecho();
@@ -99,14 +105,7 @@ void Screen::redraw() { clearok(stdscr, TRUE); }
 int Screen::put(int row, int column, int width, std::string_view text, Ink ink) {
   const std::string printable = printableText(text);
   int columns = 0;
-  std::string shown = cut(printable, width, columns);
-  if (!unicode) {
-    std::replace_if(
-        shown.begin(), shown.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; },
-        '?');
-    shown.resize(std::min(shown.size(), static_cast<std::size_t>(std::max(width, 0))));
-    columns = static_cast<int>(shown.size());
-  }
+  const std::string shown = cut(printable, width, unicode, columns);
   const auto& style = kStyles[static_cast<std::size_t>(ink)];
   const attr_t attributes =
       style.attributes |
