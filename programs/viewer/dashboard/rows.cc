@@ -192,6 +192,7 @@ std::string_view mainColumn(std::string_view key) {
 
 std::string textLike(const std::string& other, double number) {
   if (other.ends_with('%')) return formatted("%.1f%%", number);
+  if (other.find(' ') != std::string::npos) return formatted("%.2f", number);  // with a unit
   if (other.find_last_of("KMG") == std::string::npos) return formatted("%.1f", number);
   constexpr double kibi = 1024;
   if (number < 10 * kibi * kibi) return formatted("%.0fK", number / kibi);

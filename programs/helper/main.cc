@@ -1,0 +1,55 @@
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include "app/app_delegate.h"
+#include "app/store_keys.h"
+#include "platform/host/application_registry.h"
+#include "platform/host/defaults_store.h"
+#include "platform/host/files.h"
+#include "platform/host/keyed_archive.h"
+#include "platform/host/standard_error_log.h"
+#include "platform/linux/linux_apple_smc.h"
+#include "platform/linux/linux_ata_smart.h"
+#include "platform/linux/linux_authorization.h"
+#include "platform/linux/linux_bundle.h"
+#include "platform/linux/linux_run_loop.h"
+#include "platform/linux/linux_tasks.h"
+#include "platform/linux/linux_updaters.h"
+#include "platform/linux/linux_workspace.h"
+
+// The helper on a Linux machine: composition only. Arguments are ignored.
+
+using namespace tarvel;
+
+int main() {
+  mallopt(M_ARENA_MAX, 1);  // threads come and go; an arena of memory for each would stay
+  const auto runLoop = makeLinuxRunLoop();
+  const auto systemLog = makeSystemLog();
+  const auto bundle = makeLinuxBundle();
+  auto registration = std::make_unique<ApplicationRegistry>(kHelperIdentifier);
+  const auto applications = makeRunningApplications(*registration, *systemLog);
+  const auto authorization = makeLinuxAuthorization(*bundle, *systemLog);
+  const auto fileManager = makeFileManager();
+  const auto archiver = makeKeyedArchiver();
+  const auto tasks = makeLinuxTasks([](const std::string&) { return std::nullopt; });
+  const auto userDefaults = makeUserDefaultsSuites(*systemLog);
+  const auto workspace =
+      makeLinuxWorkspace({"/proc", programFolder() + "/tarvel-icon",
+                          [](std::int32_t pid) -> std::optional<std::uint64_t> { return pid; }});
+  const auto appleSMC = makeLinuxAppleSMC();
+  const auto updaters = makeLinuxUpdaters(*runLoop, programFolder());
+  const auto ataSmart = makeLinuxAtaSmart();
+  AppDelegate delegate({*appleSMC, *ataSmart, *authorization, *bundle, *fileManager, *archiver,
+                        *runLoop, *applications, *systemLog, *tasks, *updaters, *userDefaults,
+                        *workspace});
+  runLoop->run(delegate);
+  registration.reset();
+  std::fflush(nullptr);
+  _exit(0);  // background threads may still use all that stands here
+}
