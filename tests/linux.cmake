@@ -1,2 +1,6 @@
 tarvel_test(linux_smc SOURCES linux_smc_test.cc USES tarvel_linux tarvel_sensors)
 tarvel_test(linux_ata SOURCES linux_ata_test.cc USES tarvel_linux tarvel_smart)
+
+# The program around the disk reader that scripts/ata-guest runs in a guest.
+add_executable(disk_rows ${PROJECT_SOURCE_DIR}/scripts/ata-guest/disk_rows.cc)
+target_link_libraries(disk_rows PRIVATE tarvel_options tarvel_linux tarvel_smart)

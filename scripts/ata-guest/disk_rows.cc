@@ -1,0 +1,27 @@
+// Reads the disks of this machine as the helper does and prints what it finds: a line for every
+// reading, with its duration, and one for every disk. Argument: how many readings (default 1), a
+// second apart.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "platform/linux/linux_ata_smart.h"
+#include "smart/smart_controller.h"
+
+int main(int count, char** arguments) {
+  const int readings = count > 1 ? std::atoi(arguments[1]) : 1;
+  const auto ata = tarvel::makeLinuxAtaSmart();
+  for (int reading = 1; reading <= readings; ++reading) {
+    if (reading > 1) std::this_thread::sleep_for(std::chrono::seconds(1));
+    const auto start = std::chrono::steady_clock::now();
+    tarvel::SmartController controller(*ata);
+    controller.update();
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    std::printf("reading %d: %.2f s\n", reading, passed.count());
+    for (const auto& [model, degrees] : controller.getDataSet(tarvel::TemperatureUnit::celsius)) {
+      std::printf("%s\t%s\n", model.c_str(), degrees.c_str());
+    }
+  }
+}
