@@ -13,13 +13,19 @@ constexpr std::int64_t kVersion = 1;
 constexpr std::chrono::milliseconds kPatience{2000};
 constexpr std::chrono::milliseconds kPause{5};
 
-// Small caches: the values are few, and the helper is to stay small. The WAL is folded back every
-// 1000 pages (4 MiB), which is when a disk is waited for, and cut to that size.
+// Small caches: the values are few, and the helper is to stay small.
 constexpr const char* kSettings =
     "PRAGMA cache_size=-128; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY;"
-    "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=1000; PRAGMA journal_size_limit=4194304;";
+    "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304;";
 constexpr int kLookasideSize = 256;
 constexpr int kLookasideCount = 64;
+
+// The WAL is folded back from 4 MiB on, which is when a disk is waited for. That restarts it where
+// no reader is in the way. Where readers always are, it grows, until for a short time it is waited
+// for them, every 16 MiB.
+constexpr int kFoldPages = 1000;
+constexpr int kWaitPages = 4000;
+constexpr std::chrono::milliseconds kReaderPatience{100};
 
 DatabaseStatus statusOf(int code) {
   switch (code & 0xFF) {
@@ -116,10 +122,27 @@ int DefaultsDatabase::prepareFile() {
   if (!version) return code;
   newer_ = *version != kVersion && *version != 0;
   if (newer_) return SQLITE_OK;
+  sqlite3_wal_hook(connection_.get(), foldLog, this);
   code = execute(kSettings);
   if (code == SQLITE_OK) code = execute("PRAGMA journal_mode=WAL");
   if (code == SQLITE_OK && *version == 0) code = makeTable();
   return code == SQLITE_OK ? prepareStatements() : code;
+}
+
+// SQLite calls it after each commit of ours, with the length of the WAL.
+int DefaultsDatabase::foldLog(void* self, sqlite3* connection, const char* name, int pages) {
+  int& waitAt = static_cast<DefaultsDatabase*>(self)->waitForReadersAt_;
+  if (pages < kFoldPages) {
+    waitAt = kWaitPages;
+  } else if (pages < waitAt) {
+    sqlite3_wal_checkpoint_v2(connection, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  } else {
+    waitAt = pages + kWaitPages;
+    sqlite3_busy_timeout(connection, static_cast<int>(kReaderPatience.count()));
+    sqlite3_wal_checkpoint_v2(connection, name, SQLITE_CHECKPOINT_RESTART, nullptr, nullptr);
+    sqlite3_busy_timeout(connection, static_cast<int>(kPatience.count()));
+  }
+  return SQLITE_OK;
 }
 
 int DefaultsDatabase::makeTable() {

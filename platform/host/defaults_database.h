@@ -58,6 +58,7 @@ class DefaultsDatabase {
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
   DefaultsDatabase() = default;
+  static int foldLog(void* self, sqlite3* connection, const char* name, int pages);
   int prepareFile();
   int makeTable();
   int prepareStatements();
@@ -68,6 +69,7 @@ class DefaultsDatabase {
   std::unique_ptr<sqlite3, Close> connection_;  // closed after the statements
   Statement read_, readAll_, write_, remove_, dataVersion_;
   bool newer_ = false;
+  int waitForReadersAt_ = 4000;  // pages of the WAL
 };
 
 }  // namespace tarvel
