@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+// What the kernel writes into the files of /proc (proc(5)), taken apart. Pure functions; a text
+// that is cut off, empty or strange gives none.
+
+namespace tarvel {
+
+// /proc/PID/stat. Times are in clock ticks; the name is as the kernel has it, any bytes.
+struct ProcessStat {
+  std::string_view name;
+  bool isKernelThread = false;
+  std::uint64_t ticks = 0;      // processor time of all threads, user and system
+  std::uint64_t startTime = 0;  // since boot
+  std::int64_t residentPages = 0;
+  std::int32_t threads = 0;
+};
+std::optional<ProcessStat> parseStat(std::string_view text);
+
+// /proc/PID/schedstat: how often the main thread alone was given a processor.
+std::optional<std::uint64_t> parseTurns(std::string_view text);
+
+// /proc/PID/statm: resident pages, exactly.
+std::optional<std::int64_t> parseResidentPages(std::string_view text);
+
+// /proc/PID/status.
+struct ProcessStatus {
+  std::uint32_t user = 0;  // the effective one
+  std::uint64_t swapKiB = 0;
+};
+std::optional<ProcessStatus> parseStatus(std::string_view text);
+
+// /proc/PID/io: bytes that went to and came from disks.
+std::optional<std::uint64_t> parseDiskBytes(std::string_view text);
+
+// /proc/swaps: whether any swap space is in use.
+bool isSwapInUse(std::string_view text);
+
+// The name of a folder in /proc as a process id; none when it is not the folder of a process.
+std::optional<std::int32_t> parsePid(std::string_view name);
+
+}  // namespace tarvel
