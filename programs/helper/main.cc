@@ -1,7 +1,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include <malloc.h>
@@ -22,6 +21,8 @@
 #include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_updaters.h"
 #include "platform/linux/linux_workspace.h"
+#include "platform/linux/process_table.h"
+#include "process/process_usage.h"
 
 // The helper on a Linux machine: composition only. Arguments are ignored.
 
@@ -37,11 +38,15 @@ int main() {
   const auto authorization = makeLinuxAuthorization(*bundle, *systemLog);
   const auto fileManager = makeFileManager();
   const auto archiver = makeKeyedArchiver();
-  const auto tasks = makeLinuxTasks([](const std::string&) { return std::nullopt; });
+  ProcessTable processes({{std::string(kCPUSampler.command), ProcessListKind::cpu, 30},
+                          {std::string(kMemorySampler.command), ProcessListKind::memory, 30},
+                          {std::string(kEnergySampler.command), ProcessListKind::energy, 50}});
+  const auto tasks =
+      makeLinuxTasks([&](const std::string& command) { return processes.answer(command); });
   const auto userDefaults = makeUserDefaultsSuites(*systemLog);
   const auto workspace =
       makeLinuxWorkspace({"/proc", programFolder() + "/tarvel-icon",
-                          [](std::int32_t pid) -> std::optional<std::uint64_t> { return pid; }});
+                          [&](std::int32_t pid) { return processes.startTime(pid); }});
   const auto appleSMC = makeLinuxAppleSMC();
   const auto updaters = makeLinuxUpdaters(*runLoop, programFolder());
   const auto ataSmart = makeLinuxAtaSmart();
