@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/host/smc_record.h"
+
 namespace tarvel {
 namespace {
 
@@ -42,14 +44,14 @@ ControllerValue encodedReading(double reading, Quantity quantity) {
   const FixedPoint form = fixedPoint(quantity);
   const double steps = std::clamp(std::round(reading * form.unit), form.lowest, form.highest);
   const auto bits = static_cast<std::uint32_t>(static_cast<std::int32_t>(steps));
-  ControllerValue value{controllerCode(form.type), 2, {}};
+  ControllerValue value{smc_record::codeOf(form.type), 2, {}};
   value.bytes[0] = static_cast<std::uint8_t>(bits >> 8);
   value.bytes[1] = static_cast<std::uint8_t>(bits);
   return value;
 }
 
 ControllerValue encodedFanCount(std::uint8_t count) {
-  ControllerValue value{controllerCode("ui8 "), 1, {}};
+  ControllerValue value{smc_record::codeOf("ui8 "), 1, {}};
   value.bytes[0] = count;
   return value;
 }
@@ -57,16 +59,10 @@ ControllerValue encodedFanCount(std::uint8_t count) {
 ControllerValue encodedFanName(std::string_view name) {
   constexpr std::size_t nameAt = 4;
   constexpr std::size_t longest = 12;
-  ControllerValue value{controllerCode("{fds"), nameAt + longest, {}};
+  ControllerValue value{smc_record::codeOf("{fds"), nameAt + longest, {}};
   std::ranges::transform(name.substr(0, longest), value.bytes.begin() + nameAt,
                          [](char c) { return static_cast<std::uint8_t>(c); });
   return value;
-}
-
-std::string controllerCodeText(std::uint32_t code) {
-  std::string text;
-  for (int shift = 24; shift >= 0; shift -= 8) text.push_back(static_cast<char>(code >> shift));
-  return text;
 }
 
 }  // namespace tarvel

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 // Values in the form in which the System Management Controller stores them.
@@ -25,15 +24,5 @@ ControllerValue encodedFanCount(std::uint8_t count);
 
 // The name of a fan: four bytes of its description, then at most twelve characters.
 ControllerValue encodedFanName(std::string_view name);
-
-constexpr std::uint32_t controllerCode(std::string_view text) {
-  std::uint32_t code = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    code = code << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-  }
-  return code;
-}
-
-std::string controllerCodeText(std::uint32_t code);
 
 }  // namespace tarvel

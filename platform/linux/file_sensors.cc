@@ -35,18 +35,18 @@ FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files,
 }
 
 void FileSensors::read() {
-  goneSeen_ = false;
   const bool sleeps = asleep();
   for (std::size_t i = 0; i < sensors_.size(); ++i) {
     Sensor& sensor = sensors_[i];
     if (!std::exchange(sensor.wanted, false) || sleeps) continue;
+    const bool wasGone = sensor.file.gone();
     sensor.incoming = take(sensor, files_[i]);
-    goneSeen_ = goneSeen_ || sensor.file.gone();
+    lostFileNow_ = lostFileNow_ || (sensor.file.gone() && !wasGone);
   }
 }
 
 void FileSensors::publish() {
-  gone_ = goneSeen_;
+  lostFile_ = lostFile_ || std::exchange(lostFileNow_, false);
   for (Sensor& sensor : sensors_) {
     if (!sensor.incoming) continue;
     sensor.reading = std::exchange(sensor.incoming, std::nullopt);

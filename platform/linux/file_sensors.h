@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/monotonic_clock.h"
@@ -63,8 +64,8 @@ class FileSensors : public SensorDevice {
   // Whether it ever read more than 0.
   bool everPositive(std::size_t sensor) const { return sensors_[sensor].everPositive; }
 
-  // Whether a file was missing at the last reading.
-  bool gone() const { return gone_; }
+  // Whether a file that was there before was missing at a reading; told once.
+  bool takeLostFile() { return std::exchange(lostFile_, false); }
 
   bool hasFilesOf(const FileSensors& other) const {
     return status_.path() == other.status_.path() && files_ == other.files_;
@@ -87,8 +88,8 @@ class FileSensors : public SensorDevice {
   const MonotonicClock clock_;
   AttributeFile status_;
   std::vector<Sensor> sensors_;
-  bool goneSeen_ = false;  // the reading thread's
-  bool gone_ = false;
+  bool lostFileNow_ = false;  // the reading thread's
+  bool lostFile_ = false;
 };
 
 }  // namespace tarvel

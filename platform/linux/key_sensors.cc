@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/host/smc_record.h"
 #include "platform/linux/sensor_map.h"
 
 namespace tarvel {
@@ -66,7 +67,7 @@ class Mapper {
   }
 
   void offer(std::string_view key, Quantity quantity, SensorRef ref) {
-    sensors_.candidates[controllerCode(key)].push_back(KeyCandidate{quantity, {ref}});
+    sensors_.candidates[smc_record::codeOf(key)].push_back(KeyCandidate{quantity, {ref}});
   }
 
   // The labels of a controller's temperatures are their keys.
@@ -102,7 +103,7 @@ class Mapper {
         }
       }
     }
-    if (sum) sensors_.candidates[controllerCode(row.keys)].push_back(*std::move(sum));
+    if (sum) sensors_.candidates[smc_record::codeOf(row.keys)].push_back(*std::move(sum));
   }
 
   std::vector<const ChipInput*> inputsOf(const SensorRow& row, const Chip& chip) const {

@@ -1,13 +1,13 @@
 #include "platform/linux/linux_apple_smc.h"
 
 #include <algorithm>
-#include <cstring>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <utility>
 #include <vector>
 
+#include "platform/host/smc_record.h"
 #include "platform/linux/bounded_work.h"
 #include "platform/linux/key_sensors.h"
 
@@ -23,15 +23,6 @@ constexpr AppleSMC::Connection kConnection = 1;
 constexpr std::uint32_t kIOReturnBadArgument = 0xE00002C2;
 constexpr std::uint32_t kUserClientSelector = 2;
 
-// The parts of the request and answer record that a service looks at, by their offsets.
-constexpr std::size_t kKeyAt = 0;
-constexpr std::size_t kDataSizeAt = 28;
-constexpr std::size_t kDataTypeAt = 32;
-constexpr std::size_t kResultAt = 40;
-constexpr std::size_t kCommandAt = 42;
-constexpr std::size_t kBytesAt = 48;
-constexpr std::uint8_t kReadBytes = 5;
-constexpr std::uint8_t kReadKeyInfo = 9;
 constexpr std::uint8_t kResultKeyNotFound = 0x84;
 
 // What a look at the machine found; filled on a thread that may hang.
@@ -118,20 +109,19 @@ std::uint32_t LinuxAppleSMC::IOConnectCallStructMethod(Connection connection,
                                                        std::uint32_t selector,
                                                        const SMCRecordBytes& input,
                                                        SMCRecordBytes& output) {
+  using namespace smc_record;
   if (!open_ || connection != kConnection) return kIOReturnNotOpen;
   const std::uint8_t command = input[kCommandAt];
   if (selector != kUserClientSelector || (command != kReadKeyInfo && command != kReadBytes)) {
     return kIOReturnBadArgument;
   }
   output = {};
-  std::uint32_t key = 0;
-  std::memcpy(&key, &input[kKeyAt], sizeof key);
-  const auto found = value(key);
+  const auto found = value(numberAt(input, kKeyAt));
   if (!found) {
     output[kResultAt] = kResultKeyNotFound;
   } else if (command == kReadKeyInfo) {
-    std::memcpy(&output[kDataSizeAt], &found->size, sizeof found->size);
-    std::memcpy(&output[kDataTypeAt], &found->type, sizeof found->type);
+    putNumber(output, kDataSizeAt, found->size);
+    putNumber(output, kDataTypeAt, found->type);
   } else {
     std::ranges::copy(found->bytes, output.begin() + kBytesAt);
   }
@@ -175,7 +165,7 @@ void LinuxAppleSMC::beginCycle() {
   if (cycleStart_ && now - *cycleStart_ <= kFreshness) return;
   cycleStart_ = now;
   const bool gone = std::ranges::any_of(sensors_.devices, [](const auto& device) {
-    return !device->busy.load(std::memory_order_acquire) && device->gone();
+    return !device->busy.load(std::memory_order_acquire) && device->takeLostFile();
   });
   if (scan_) {
     adoptScan();
@@ -218,7 +208,7 @@ void LinuxAppleSMC::ensureRead(const std::vector<SensorRef>& sensors) {
 std::optional<ControllerValue> LinuxAppleSMC::value(std::uint32_t key) {
   beginCycle();
   if (auto raw = rawValue(key)) return raw;
-  if (key >> 24 == 'F') return fanValue(controllerCodeText(key));
+  if (key >> 24 == 'F') return fanValue(smc_record::codeText(key));
   return candidateValue(key);
 }
 

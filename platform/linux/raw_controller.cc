@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/host/file_descriptor.h"
+#include "platform/host/smc_record.h"
 #include "platform/linux/sysfs.h"
 
 namespace tarvel {
@@ -45,7 +46,7 @@ class KeyFiles : public KeyAtIndex {
 
 // A place without a sensor reads -127 or -128 degrees.
 bool isConnected(const ControllerValue& value) {
-  const bool temperature = value.type == controllerCode("sp78") && value.size == 2;
+  const bool temperature = value.type == smc_record::codeOf("sp78") && value.size == 2;
   return !temperature || (value.bytes[0] != 0x80 && value.bytes[0] != 0x81);
 }
 
@@ -120,12 +121,12 @@ void RawController::find(const std::string& key, Entry& entry) {
 }
 
 void RawController::readEntry(std::uint32_t code, Entry& entry) {
-  const std::string key = controllerCodeText(code);
+  const std::string key = smc_record::codeText(code);
   if (!entry.index) find(key, entry);
   for (int attempt = 0; attempt < kAttempts && entry.index; ++attempt) {
     if (!keys_->select(*entry.index)) return;
     ControllerValue value;
-    value.type = controllerCode(keys_->type());
+    value.type = smc_record::codeOf(keys_->type());
     const auto length = std::clamp<std::int64_t>(leadingInteger(keys_->length()).value_or(-1), -1,
                                                  static_cast<std::int64_t>(value.bytes.size()));
     const std::string data = keys_->data();

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/sensor_map.h"
+
 namespace tarvel {
 namespace {
 
@@ -62,13 +64,15 @@ void addHwmonChip(const std::string& folder, std::vector<Chip>& chips) {
   const std::string device = resolvedPath(folder + "/device");
   chip.path = resolvedPath(folder);
   chip.name = readAttribute(chip.path + "/name");
-  if (chip.name.empty() || readAttribute(device + "/name") == "applesmc") {
-    // Old drivers keep everything in the device's folder.
-    chip.name = readAttribute(device + "/name");
+  if (chip.name.empty() || chip.name == "applesmc") {
+    // Old drivers, and this one, keep everything in the device's folder.
     chip.path = device;
+    if (chip.name.empty()) chip.name = readAttribute(device + "/name");
   }
   if (chip.name.empty() || chip.path.empty()) return;
-  if (!device.empty()) chip.statusFile = device + "/power/runtime_status";
+  if (matchesPattern(kGraphicsChips, chip.name)) {
+    chip.statusFile = device + "/power/runtime_status";
+  }
   chip.inputs = hwmonInputs(chip);
   const bool integrated = std::ranges::any_of(
       chip.inputs, [](const ChipInput& input) { return input.label == "vddnb"; });

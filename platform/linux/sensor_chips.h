@@ -21,7 +21,7 @@ struct ChipInput {
 struct Chip {
   std::string name;        // the driver's, "battery", "powercap", or a thermal zone's type
   std::string path;        // the folder of its attributes, without links: what it is known by
-  std::string statusFile;  // the runtime state of a device that may sleep
+  std::string statusFile;  // the runtime state of a graphics chip, which may sleep
   std::vector<ChipInput> inputs;  // by number
 };
 

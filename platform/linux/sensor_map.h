@@ -104,6 +104,9 @@ inline constexpr std::string_view kSuperIOChips =
 inline constexpr std::string_view kControllerChips = "applesmc|macsmc_hwmon";
 inline constexpr std::string_view kDriveChips = "nvme";
 
+// Chips that sleep when nobody draws, and that a reading would wake.
+inline constexpr std::string_view kGraphicsChips = "amdgpu|radeon|nouveau|i915|xe";
+
 // Whether a text is one of the alternatives of a pattern.
 constexpr bool matchesPattern(std::string_view pattern, std::string_view text) {
   while (true) {

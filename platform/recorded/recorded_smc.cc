@@ -1,52 +1,26 @@
 #include "platform/recorded/recorded_smc.h"
 
 #include <algorithm>
-#include <string>
+
+#include "platform/host/smc_record.h"
 
 namespace tarvel::recorded {
 namespace {
 
 constexpr AppleSMC::Service kService = 1;
 constexpr AppleSMC::Connection kConnection = 1;
-constexpr std::uint8_t kReadKeyInfo = 9;
-constexpr std::uint8_t kReadBytes = 5;
 constexpr std::uint32_t kUnsupported = 0xE00002C7;
 
-// Offsets in the 80-byte record, multi-byte fields little-endian.
-constexpr std::size_t kKeyOffset = 0;
-constexpr std::size_t kDataSizeOffset = 28;
-constexpr std::size_t kDataTypeOffset = 32;
-constexpr std::size_t kCommandOffset = 42;
-constexpr std::size_t kBytesOffset = 48;
-
-std::uint32_t numberAt(const SMCRecordBytes& record, std::size_t offset) {
-  std::uint32_t number = 0;
-  for (std::size_t i = 4; i-- > 0;) number = number << 8 | record[offset + i];
-  return number;
-}
-
-void putNumber(SMCRecordBytes& record, std::size_t offset, std::uint32_t number) {
-  for (std::size_t i = 0; i < 4; ++i) {
-    record[offset + i] = static_cast<std::uint8_t>(number >> (8 * i));
-  }
-}
-
-std::string keyText(std::uint32_t key) {
-  std::string text;
-  for (int shift = 24; shift >= 0; shift -= 8) text.push_back(static_cast<char>(key >> shift));
-  return text;
-}
-
 std::uint32_t answer(const SMCKey& key, std::uint8_t command, SMCRecordBytes& output) {
-  if (command == kReadKeyInfo) {
+  if (command == smc_record::kReadKeyInfo) {
     if (key.infoError != 0) return key.infoError;
-    putNumber(output, kDataSizeOffset, key.size);
-    putNumber(output, kDataTypeOffset, key.type);
+    smc_record::putNumber(output, smc_record::kDataSizeAt, key.size);
+    smc_record::putNumber(output, smc_record::kDataTypeAt, key.type);
     return 0;
   }
-  if (command != kReadBytes) return kUnsupported;
+  if (command != smc_record::kReadBytes) return kUnsupported;
   if (key.readError != 0) return key.readError;
-  std::copy(key.bytes.begin(), key.bytes.end(), output.begin() + kBytesOffset);
+  std::copy(key.bytes.begin(), key.bytes.end(), output.begin() + smc_record::kBytesAt);
   return 0;
 }
 
@@ -78,9 +52,9 @@ class RecordedSMC : public AppleSMC {
     const std::uint32_t status = call(connection, input, output);
     playback.trace("IOConnectCallStructMethod",
                    {{"selector", selector},
-                    {"command", input[kCommandOffset]},
-                    {"key", keyText(numberAt(input, kKeyOffset))},
-                    {"size", numberAt(input, kDataSizeOffset)}},
+                    {"command", input[smc_record::kCommandAt]},
+                    {"key", smc_record::codeText(smc_record::numberAt(input, smc_record::kKeyAt))},
+                    {"size", smc_record::numberAt(input, smc_record::kDataSizeAt)}},
                    status);
     return status;
   }
@@ -92,9 +66,9 @@ class RecordedSMC : public AppleSMC {
                      SMCRecordBytes& output) const {
     const auto& smc = playback.machine().smc;
     if (connection != kConnection || !smc) return kIOReturnNotOpen;
-    const auto key = smc->keys.find(numberAt(input, kKeyOffset));
+    const auto key = smc->keys.find(smc_record::numberAt(input, smc_record::kKeyAt));
     if (key == smc->keys.end()) return smc->missingKeyError;
-    return answer(key->second, input[kCommandOffset], output);
+    return answer(key->second, input[smc_record::kCommandAt], output);
   }
 
   Playback& playback;
