@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/apple_smc.h"
-#include "platform/system_log.h"
 
 // A controller in memory that writes down what it is asked. It works on the bytes of the record by
 // their offsets, so that the product's own layout is held against another one.
@@ -77,13 +76,6 @@ class FakeSMC : public AppleSMC {
     std::copy_n(key.bytes.begin(), std::min<std::size_t>(key.bytes.size(), 32), &output[48]);
     return 0;
   }
-};
-
-class FakeLog : public SystemLog {
- public:
-  void NSLog(std::string_view text) override { lines.emplace_back(text); }
-
-  std::vector<std::string> lines;
 };
 
 }  // namespace tarvel

@@ -21,6 +21,7 @@
 #include "smc/smc_wrapper.h"
 #include "tests/fake_ata.h"
 #include "tests/fake_smc.h"
+#include "tests/temporary_home.h"
 #include "tests/temporary_tree.h"
 
 namespace tarvel {
@@ -111,7 +112,7 @@ class Machine {
     return lines;
   }
 
-  FakeLog log;
+  KeptLog log;
 
  private:
   std::unique_ptr<AppleSMC> smc_;

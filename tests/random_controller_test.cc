@@ -18,6 +18,7 @@
 #include "smc/smc_wrapper.h"
 #include "tests/fake_ata.h"
 #include "tests/fake_smc.h"
+#include "tests/temporary_home.h"
 
 // Random controllers against a plain model of what their catalogues must say. The model shares the
 // tables of names with the product and nothing else.
@@ -257,7 +258,7 @@ TEST(Catalogues, SayWhatRandomControllersHold) {
   for (unsigned seed = 0; seed < 2000; ++seed) {
     FakeSMC smc = Generator(seed).controller();
     Model model(smc);
-    FakeLog log;
+    KeptLog log;
     FakeAta ata;
     SMCSession session(smc, log);
     SMCVoltageSensors electrical(session);

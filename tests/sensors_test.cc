@@ -12,6 +12,7 @@
 #include "smc/smc_wrapper.h"
 #include "tests/fake_ata.h"
 #include "tests/fake_smc.h"
+#include "tests/temporary_home.h"
 
 namespace tarvel {
 namespace {
@@ -20,7 +21,7 @@ using Readings = std::vector<std::pair<std::string, std::string>>;
 
 struct Machine {
   FakeSMC smc;
-  FakeLog log;
+  KeptLog log;
   FakeAta ata;
   SMCSession session{smc, log};
 

@@ -1,6 +1,5 @@
 #include <cstdint>
 #include <limits>
-#include <locale>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "smc/key_codes.h"
 #include "smc/smc_wrapper.h"
 #include "tests/fake_smc.h"
+#include "tests/temporary_home.h"
 
 namespace tarvel {
 namespace {
@@ -18,7 +18,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 struct Machine {
   FakeSMC smc;
-  FakeLog log;
+  KeptLog log;
   SMCSession session{smc, log};
 
   SMCWrapper& wrapper() { return SMCWrapper::sharedWrapper(session); }

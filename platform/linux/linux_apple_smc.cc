@@ -139,7 +139,10 @@ void LinuxAppleSMC::startScan() {
     scan->controller = std::move(controller);
     scan->done = true;
   });
-  if (outcome == BoundedOutcome::notStarted) return;
+  if (outcome == BoundedOutcome::notStarted) {
+    listing_.clear();  // to be tried again
+    return;
+  }
   scan_ = scan;
   adoptScan();
 }

@@ -1,6 +1,6 @@
 // ata_disk NUMBER NAME WORD…: a disk of the guest, made through the kernel's user-space target and
 // loopback fabric. It answers as a SCSI/ATA translator in front of an ATA disk does, notes every
-// ATA command in /tmp/ata.log ("NAME e5 00 00 ok": command, feature, count, outcome) and prints its
+// ATA command in /job/log ("NAME e5 00 00 ok": command, feature, count, outcome) and prints its
 // node when it is there. Words:
 //   dir=FOLDER   answers the blocks identify.bin and smart.bin of this folder
 //   model=TEXT celsius=N   else: a signed block with this model, and one attribute 194
@@ -276,7 +276,7 @@ class Disk {
     char line[200];
     const int length = std::snprintf(line, sizeof line, "%s %02x %02x %02x %s\n", set_.name.c_str(),
                                      command, feature, count, outcome);
-    const int log = open("/tmp/ata.log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    const int log = open("/job/log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (log < 0 || write(log, line, static_cast<std::size_t>(length)) != length) std::perror(line);
     close(log);
   }
