@@ -100,8 +100,8 @@ int caseInsensitiveCompare(std::string_view a, std::string_view b) {
         return static_cast<unsigned char>(lowered(left)) <=>
                static_cast<unsigned char>(lowered(right));
       });
-  if (order == 0) return 0;
-  return order < 0 ? -1 : 1;
+  if (std::is_eq(order)) return 0;
+  return std::is_lt(order) ? -1 : 1;
 }
 
 }  // namespace tarvel

@@ -35,7 +35,8 @@ Pixel pixelOf(const std::string& colour) {
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
   if (lower == "none") return kClear;
   const std::size_t digits = lower.size() / 3;  // of one channel, after the "#"
-  if (!lower.starts_with('#') || lower.size() != digits * 3 + 1 || digits > 4) return kBlack;
+  if (!lower.starts_with('#') || lower.size() != digits * 3 + 1) return kBlack;
+  if (digits < 1 || digits > 4) return kBlack;
   Pixel pixel = kBlack;
   for (std::size_t channel = 0; channel < 3; ++channel) {
     const char* start = lower.data() + 1 + channel * digits;

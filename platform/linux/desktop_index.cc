@@ -65,6 +65,7 @@ std::string lastPart(std::string_view path) {
 bool hasArguments(const DesktopIndex::Application& application,
                   const std::vector<std::string>& arguments) {
   const auto program = programWord(application.words);
+  if (!program) return false;
   const auto begin = application.words.begin() + static_cast<std::ptrdiff_t>(*program) + 1;
   bool any = false;
   for (auto word = begin; word != application.words.end(); ++word) {
@@ -159,7 +160,9 @@ void DesktopIndex::addProgram(const Application& application) {
 
 const DesktopIndex::Application* DesktopIndex::withIdentifier(std::string_view identifier) const {
   const auto found = byIdentifier_.find(identifier);
-  return found != byIdentifier_.end() && found->second ? &*found->second : nullptr;
+  if (found == byIdentifier_.end()) return nullptr;
+  const auto& application = found->second;
+  return application ? &*application : nullptr;
 }
 
 const DesktopIndex::Application* DesktopIndex::atPath(std::string_view path) const {

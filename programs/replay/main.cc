@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <utility>
 #include <variant>
@@ -45,9 +46,7 @@ int replay(const Options& options) {
   return kDone;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int parseAndReplay(int argc, char** argv) {
   Options options;
   CLI::App app("Runs the helper over a recorded machine, into the store and icon directory.",
                "tarvel-replay");
@@ -66,4 +65,14 @@ int main(int argc, char** argv) {
     return complain("arguments", error.what());
   }
   return replay(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndReplay(argc, argv);
+  } catch (const std::exception& error) {
+    return complain("failed", error.what());
+  }
 }

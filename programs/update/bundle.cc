@@ -1,5 +1,6 @@
 #include "programs/update/bundle.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -7,7 +8,6 @@
 
 #include <fcntl.h>
 #include <pugixml.hpp>
-#include <stdio.h>
 #include <unistd.h>
 
 #include "platform/host/child_process.h"

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -154,9 +155,7 @@ int run(const Command& command) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int parseAndRun(int argc, char** argv) {
   Arguments arguments;
   Command command = [&](DefaultsStore& store) { return watch(store, arguments.watch); };
   CLI::App app("Tarvel, a system monitor. Without a command: the live dashboard.", "tarvel");
@@ -173,4 +172,14 @@ int main(int argc, char** argv) {
     return complain(kUsage, std::string("arguments: ") + error.what());
   }
   return run(command);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
+  } catch (const std::exception& error) {
+    return complain(kNothing, std::string("failed: ") + error.what());
+  }
 }

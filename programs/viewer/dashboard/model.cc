@@ -65,11 +65,11 @@ void Model::readPanels() {
 void Model::rebuild() {
   for (std::size_t i = 0; i < views.size(); ++i) {
     auto& view = views[i];
-    view.rows =
-        readings[i] ? displayRows(view.key, *readings[i], choices) : std::vector<DisplayRow>{};
-    view.emptyReason = view.rows.empty() ? whyEmpty(view, readings[i].has_value(), choices,
-                                                    helperFigures.has_value())
-                                         : std::string();
+    const auto& reading = readings[i];
+    view.rows = reading ? displayRows(view.key, *reading, choices) : std::vector<DisplayRow>{};
+    view.emptyReason = view.rows.empty()
+                           ? whyEmpty(view, reading.has_value(), choices, helperFigures.has_value())
+                           : std::string();
   }
 }
 

@@ -9,8 +9,7 @@ namespace tarvel::viewer {
 bool canPlaceCursor() {
   int status = 0;
   if (setupterm(nullptr, STDOUT_FILENO, &status) != OK) return false;
-  const char* place = tigetstr("cup");
-  return place != nullptr && place != reinterpret_cast<const char*>(-1);
+  return tiparm(tigetstr("cup"), 0, 0) != nullptr;
 }
 
 }  // namespace tarvel::viewer
