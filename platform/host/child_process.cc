@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <csignal>
 
-#include "platform/host/file_descriptor.h"
-
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "platform/host/file_descriptor.h"
 
 namespace tarvel {
 namespace {
