@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// Desktop entries, as the Desktop Entry Specification 1.5 of freedesktop.org has them. Pure
+// Desktop entries in the form that freedesktop.org publishes (Desktop Entry, version 1.5). Pure
 // functions.
 
 namespace tarvel {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// Icons by the Icon Theme Specification 0.13 of freedesktop.org. Reads the folders anew at every
+// Icons by the rules that freedesktop.org publishes (Icon Theme, version 0.13). Reads the folders anew at every
 // call: an icon is looked for once in the life of a helper.
 
 namespace tarvel {

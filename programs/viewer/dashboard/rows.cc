@@ -112,16 +112,11 @@ struct Rows {
   std::vector<DisplayRow> operator()(const std::vector<SensorRow>& sensors) const {
     std::vector<DisplayRow> rows;
     for (const auto& sensor : sensors) {
-      DisplayRow row;
-      row.name = sensor.name;
-      row.number = numberOf(sensor.value);
-      row.value = sensor.value + " " + std::string(unitOf(key));
-      row.isHidden = sensor.flag == "0";
-      if (key == kTempValuesKey) {
-        row.level = levelOf(row.number.value_or(0), kWarmDegrees, kHotDegrees);
-        row.share = std::clamp(row.number.value_or(0) / 100, 0.0, 1.0);
-      }
-      rows.push_back(std::move(row));
+      rows.push_back(sensorRow(sensor.name, sensor.value, sensor.flag));
+      if (key != kTempValuesKey) continue;
+      const double degrees = rows.back().number.value_or(0);
+      rows.back().level = levelOf(degrees, kWarmDegrees, kHotDegrees);
+      rows.back().share = std::clamp(degrees / 100, 0.0, 1.0);
     }
     return rows;
   }
@@ -129,12 +124,8 @@ struct Rows {
   std::vector<DisplayRow> operator()(const std::vector<FanRow>& fans) const {
     std::vector<DisplayRow> rows;
     for (const auto& fan : fans) {
-      DisplayRow row;
-      row.name = fan.name;
-      row.number = numberOf(fan.current);
-      row.value = fan.current + " " + std::string(unitOf(key));
+      DisplayRow row = sensorRow(fan.name, fan.current, fan.flag);
       row.note = fan.minimum + " to " + fan.maximum;
-      row.isHidden = fan.flag == "0";
       const double least = numberOf(fan.minimum).value_or(0);
       const double range = numberOf(fan.maximum).value_or(0) - least;
       row.share = range > 0 ? std::clamp((row.number.value_or(0) - least) / range, 0.0, 1.0) : 0;
@@ -142,6 +133,16 @@ struct Rows {
       rows.push_back(std::move(row));
     }
     return rows;
+  }
+
+  DisplayRow sensorRow(const std::string& name, const std::string& value,
+                       std::string_view flag) const {
+    DisplayRow row;
+    row.name = name;
+    row.number = numberOf(value);
+    row.value = value + " " + std::string(unitOf(key));
+    row.isHidden = flag == "0";
+    return row;
   }
 };
 
