@@ -4,3 +4,8 @@ tarvel_test(linux_ata SOURCES linux_ata_test.cc USES tarvel_linux tarvel_smart)
 # The program around the disk reader that scripts/ata-guest runs in a guest.
 add_executable(disk_rows ${PROJECT_SOURCE_DIR}/scripts/ata-guest/disk_rows.cc)
 target_link_libraries(disk_rows PRIVATE tarvel_options tarvel_linux tarvel_smart)
+
+tarvel_test(process_table SOURCES process_table_test.cc USES tarvel_linux)
+target_compile_definitions(process_table_test PRIVATE
+  TARVEL_HOST_WORKER="$<TARGET_FILE:host_worker>")
+add_dependencies(process_table_test host_worker)
