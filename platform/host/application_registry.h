@@ -43,6 +43,9 @@ class ApplicationRegistry {
   // nobody runs, and three more for each instance.
   std::vector<RunningApplication> running(std::string_view identifier) const;
 
+  // Where the files lie; empty where there is no registry.
+  const std::string& folder() const { return folder_; }
+
  private:
   void announce();
 

@@ -158,6 +158,11 @@ void DesktopIndex::addProgram(const Application& application) {
   if (name != program) byProgram_[name].push_back(&application);
 }
 
+std::size_t DesktopIndex::size() const {
+  return static_cast<std::size_t>(std::count_if(byIdentifier_.begin(), byIdentifier_.end(),
+                                                [](const auto& entry) { return entry.second; }));
+}
+
 const DesktopIndex::Application* DesktopIndex::withIdentifier(std::string_view identifier) const {
   const auto found = byIdentifier_.find(identifier);
   if (found == byIdentifier_.end()) return nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -32,6 +33,9 @@ class DesktopIndex {
 
   // Reads the entries again where a folder of theirs has changed: true when it did.
   bool refresh();
+
+  // How many applications there are.
+  std::size_t size() const;
 
   // Entries that are deleted or no applications are not found.
   const Application* withIdentifier(std::string_view identifier) const;

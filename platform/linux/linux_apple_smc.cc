@@ -10,6 +10,7 @@
 #include "platform/host/smc_record.h"
 #include "platform/linux/bounded_work.h"
 #include "platform/linux/key_sensors.h"
+#include "platform/linux/sensor_scan.h"
 
 namespace tarvel {
 namespace {
@@ -29,21 +30,8 @@ constexpr std::uint8_t kResultKeyNotFound = 0x84;
 struct Scan {
   std::mutex mutex;
   bool done = false;
-  std::vector<Chip> chips;
-  std::shared_ptr<RawController> controller;
+  SensorScan found;
 };
-
-std::shared_ptr<RawController> usableController(const std::vector<Chip>& chips,
-                                                const LinuxSMCOptions& options) {
-  for (const auto& chip : chips) {
-    if (chip.name != "applesmc") continue;
-    auto keys = options.openController(chip.path);
-    if (!keys) return nullptr;
-    auto controller = std::make_shared<RawController>(std::move(keys));
-    return controller->works() ? controller : nullptr;
-  }
-  return nullptr;
-}
 
 class LinuxAppleSMC : public AppleSMC {
  public:
@@ -132,11 +120,9 @@ void LinuxAppleSMC::startScan() {
   listing_ = chipListing(options_.root);
   const auto scan = std::make_shared<Scan>();
   const auto outcome = runBounded("sensor scan", kScanLimit, [scan, options = options_] {
-    auto chips = listChips(options.root);
-    auto controller = usableController(chips, options);
+    auto found = scanSensors(options.root, options.openController);
     const std::scoped_lock lock(scan->mutex);
-    scan->chips = std::move(chips);
-    scan->controller = std::move(controller);
+    scan->found = std::move(found);
     scan->done = true;
   });
   if (outcome == BoundedOutcome::notStarted) {
@@ -152,8 +138,8 @@ void LinuxAppleSMC::adoptScan() {
   const std::scoped_lock lock(scan->mutex);
   if (!scan->done) return;
   scan_.reset();
-  if (!controller_ || !scan->controller) controller_ = scan->controller;
-  KeySensors found = mapChips(scan->chips, controller_ != nullptr, options_.clock);
+  if (!controller_ || !scan->found.controller) controller_ = scan->found.controller;
+  KeySensors found = mapChips(scan->found.chips, controller_ != nullptr, options_.clock);
   for (auto& device : found.devices) {
     const auto known = std::ranges::find_if(
         sensors_.devices, [&](const auto& old) { return old->hasFilesOf(*device); });

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "platform/apple_smc.h"
 #include "platform/linux/monotonic_clock.h"
-#include "platform/linux/raw_controller.h"
+#include "platform/linux/sensor_scan.h"
 
 // The AppleSMC service of a Linux machine: the keys of a real controller where there is one, else
 // those that the machine's sensors stand for (sensor_map.h). Without any sensor there is no
@@ -25,8 +24,7 @@ struct LinuxSMCOptions {
   std::string root = "/sys";
   MonotonicClock clock = monotonicTime;
   std::chrono::milliseconds readingLimit{500};
-  std::function<std::unique_ptr<KeyAtIndex>(const std::string& folder)> openController =
-      openKeyAtIndex;
+  ControllerOpener openController = openKeyAtIndex;
 };
 
 std::unique_ptr<AppleSMC> makeLinuxAppleSMC(LinuxSMCOptions options = {});

@@ -11,6 +11,7 @@
 #include "platform/host/defaults_store.h"
 #include "platform/host/standard_error_log.h"
 #include "programs/viewer/commands.h"
+#include "programs/viewer/tools_process.h"
 #include "programs/viewer/watch.h"
 
 // `tarvel`: the command line of the viewers.
@@ -32,6 +33,7 @@ struct Arguments {
   bool raw = false;
 };
 
+using Words = std::vector<std::string>;
 using Command = std::function<int(DefaultsStore&)>;
 
 void addWatch(CLI::App& app, Arguments& arguments, Command& command) {
@@ -140,6 +142,17 @@ void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
+// What needs the machine itself is left to a program of its own.
+void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers and what is missing");
+  doctor->add_flag("--json", arguments.json, "print JSON");
+  doctor->callback([&] {
+    command = [&](DefaultsStore&) -> int {
+      becomeTools(arguments.json ? Words{"doctor", "--json"} : Words{"doctor"});
+    };
+  });
+}
+
 int complain(int status, const std::string& text) {
   std::fprintf(stderr, "tarvel: %s\n", text.c_str());
   return status;
@@ -161,7 +174,8 @@ int parseAndRun(int argc, char** argv) {
   CLI::App app("Tarvel, a system monitor. Without a command: the live dashboard.", "tarvel");
   app.set_version_flag("--version", "tarvel 1.2.5");
   app.require_subcommand(0, 1);
-  for (const auto add : {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults}) {
+  for (const auto add :
+       {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor}) {
     add(app, arguments, command);
   }
   try {

@@ -1,0 +1,57 @@
+#include <cstdio>
+#include <exception>
+#include <iterator>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "platform/host/standard_error_log.h"
+#include "platform/system_log.h"
+#include "programs/tools/findings.h"
+#include "programs/viewer/commands.h"
+#include "programs/viewer/output.h"
+
+// `tarvel-tools`: the commands of tarvel that need the real machine. `tarvel` runs it, so that it
+// needs nothing of this itself.
+
+namespace {
+
+using namespace tarvel;
+
+int complain(int status, const std::string& text) {
+  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
+  return status;
+}
+
+int examine(bool json) {
+  const auto log = makeSystemLog();
+  auto findings = tools::machineFindings(*log);
+  for (auto& finding : tools::productFindings()) findings.push_back(std::move(finding));
+  return viewer::printOut(json ? viewer::oneLine(jsonOf(findings)) : textOf(findings));
+}
+
+int parseAndRun(int argc, char** argv) {
+  CLI::App app("The commands of tarvel that need the machine itself.", "tarvel-tools");
+  app.require_subcommand(1);
+  bool json = false;
+  auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers");
+  doctor->add_flag("--json", json, "print JSON");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& answered) {
+    return app.exit(answered);
+  } catch (const CLI::ParseError& error) {
+    return complain(viewer::kUsage, std::string("arguments: ") + error.what());
+  }
+  return examine(json);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
+  } catch (const std::exception& error) {
+    return complain(viewer::kNothing, std::string("failed: ") + error.what());
+  }
+}

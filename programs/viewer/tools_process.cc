@@ -1,0 +1,24 @@
+#include "programs/viewer/tools_process.h"
+
+#include <unistd.h>
+
+#include "programs/viewer/commands.h"
+#include "programs/viewer/helper_process.h"
+
+namespace tarvel::viewer {
+
+void becomeTools(const std::vector<std::string>& arguments) {
+  const auto program = siblingPath("tarvel-tools");
+  if (program) {
+    std::vector<std::string> words = {*program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (auto& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    execv(pointers.front(), pointers.data());
+  }
+  throw CommandError(kNothing, "tarvel-tools", "not found beside this program");
+}
+
+}  // namespace tarvel::viewer
