@@ -89,8 +89,11 @@ class Crowd {
   [[noreturn]] static void live(bool burns) {
     using namespace std::chrono_literals;
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    while (!burns) ::pause();
     for (;;) {
+      if (!burns) {
+        ::pause();
+        continue;
+      }
       const auto end = std::chrono::steady_clock::now() + 500us;
       while (std::chrono::steady_clock::now() < end) continue;
       std::this_thread::sleep_for(50ms);
