@@ -1,0 +1,186 @@
+#include "tests/viewer_fixture.h"
+
+namespace tarvel {
+namespace {
+
+TEST_F(ViewerTest, WrongUsageAndAbsentThingsAreOneLineOnStandardError) {
+  const struct {
+    Words arguments;
+    int status;
+    std::string complaint;  // begins with this
+  } rows[] = {
+      {{"no-such-command"}, 2, "tarvel: arguments: "},
+      {{"show", "--no-such-option"}, 2, "tarvel: arguments: "},
+      {{"show", "NoReading"}, 2, "tarvel: NoReading: "},
+      {{"show"}, 1, "tarvel: readings: "},
+      {{"show", "TempValues", "--json"}, 1, "tarvel: readings: "},
+      {{"panels", "on"}, 2, "tarvel: arguments: "},
+      {{"panels", "on", "cpu", "disks"}, 2, "tarvel: disks: "},
+      {{"flag", "TempValues", "CPU Proximity"}, 2, "tarvel: arguments: "},
+      {{"flag", "Panels", "CPU Proximity", "0"}, 2, "tarvel: Panels: "},
+      {{"flag", "TempValues", "CPU Proximity", "0"}, 1, "tarvel: CPU Proximity: "},
+      {{"request", "tea"}, 2, "tarvel: tea: "},
+      {{"defaults"}, 2, "tarvel: arguments: "},
+      {{"defaults", "read", "Nothing"}, 1, "tarvel: Nothing: "},
+      {{"defaults", "read", "--raw"}, 2, "tarvel: --raw: "},
+      {{"defaults", "read", "Nothing", "--raw", "--json"}, 2, "tarvel: arguments: "},
+      {{"defaults", "delete", "Nothing"}, 1, "tarvel: Nothing: "},
+      {{"defaults", "write", "Key"}, 2, "tarvel: arguments: "},
+      {{"defaults", "write", "Key", "null"}, 2, "tarvel: Key: "},
+      {{"defaults", "write", "Key", "[1, null]"}, 2, "tarvel: Key: "},
+      {{"defaults", "write", "Key", "no JSON"}, 2, "tarvel: Key: "},
+      {{"defaults", "write", "Key", "9223372036854775808"}, 2, "tarvel: Key: "},
+      {{"defaults", "write", "Key", "1", "--data", "-"}, 2, "tarvel: arguments: "},
+      {{"defaults", "write", "Key", "--data", "/no/such/file"}, 1, "tarvel: /no/such/file: "},
+  };
+  for (const auto& row : rows) {
+    const auto ended = tarvel(row.arguments);
+    const auto& errors = ended.errors;
+    EXPECT_EQ(ended.status, row.status) << testing::PrintToString(row.arguments);
+    EXPECT_EQ(ended.output, "") << testing::PrintToString(row.arguments);
+    EXPECT_TRUE(errors.starts_with(row.complaint)) << errors;
+    EXPECT_EQ(errors.find('\n'), errors.size() - 1) << errors;
+  }
+  EXPECT_EQ(json({"defaults", "read"}), Json::object());  // nothing of this was written
+}
+
+TEST_F(ViewerTest, EveryCommandExplainsItself) {
+  for (const auto& command : {Words{},
+                              {"watch"},
+                              {"panels"},
+                              {"panels", "on"},
+                              {"show"},
+                              {"flag"},
+                              {"request"},
+                              {"defaults"},
+                              {"defaults", "read"},
+                              {"defaults", "write"},
+                              {"doctor"}}) {
+    auto words = command;
+    words.emplace_back("--help");
+    const auto ended = tarvel(words);
+    EXPECT_EQ(ended.status, 0) << testing::PrintToString(words);
+    EXPECT_NE(ended.output.find("--help"), std::string::npos) << ended.output;
+  }
+  EXPECT_EQ(tarvel({"--version"}).output, "tarvel 1.2.5\n");
+}
+
+TEST_F(ViewerTest, PanelsAreSwitchedInAllEntriesThatNameThemAndNothingElseChanges) {
+  tarvel({"defaults", "write", "Panels",
+          R"([["my TempsDash left", "0", 7], ["TempsDash", "x"], ["Other", "1"], "odd"])"});
+  EXPECT_EQ(tarvel({"panels", "on", "temperatures", "ProcessesDash"}).status, 0);
+  EXPECT_EQ(json({"defaults", "read", "Panels"}),
+            Json::parse(R"([["my TempsDash left", "1", 7], ["TempsDash", "1"], ["Other", "1"],
+                            "odd", ["ProcessesDash", "1"]])"));
+  EXPECT_EQ(tarvel({"panels", "off", "TempsDash", "fans"}).status, 0);
+  EXPECT_EQ(tarvel({"panels"}).output,
+            "ProcessesDash on\nAllocationDash off\nEnergyDash off\nFansDash off\nTempsDash off\n"
+            "VoltageSensorsDash off\nPowerSensorsDash off\nCurrentSensorsDash off\n");
+  EXPECT_EQ(json({"panels", "--json"})["ProcessesDash"], true);
+  EXPECT_EQ(json({"defaults", "read", "Panels"}).size(), 5U);  // off appends nothing
+}
+
+TEST_F(ViewerTest, ReadingsAreShownAsTheyAreStored) {
+  fillStore();
+  const auto shown = json({"show", "--json"});
+  EXPECT_EQ(shown["CPUAppUsage"],
+            Json::parse(R"([{"pid": 301, "name": "a\\\"b c ", "cpu": "12.3", "icon": "org.a.tiff"},
+                            {"pid": 302, "name": "bash  ", "cpu": "2.5", "icon": "unknown"}])"));
+  EXPECT_EQ(shown["MEMAppUsage"],
+            Json::parse(R"([{"pid": 302, "name": "bash  ", "mem": "20M", "cmprs": "512K",
+                             "icon": "unknown"}])"));
+  EXPECT_EQ(shown["EnergyAppUsage"][0]["power"], "4.2");
+  EXPECT_EQ(shown["EnergyAppUsage"][0]["user"], "ada");
+  EXPECT_EQ(shown["FanSpeedValues"],
+            Json::parse(R"([{"name": "Fan 0", "current": "2500", "minimum": "2000",
+                             "maximum": "6144", "flag": "1"}])"));
+  EXPECT_EQ(shown["TempValues"], Json::parse(R"([
+      {"name": "CPU Proximity", "value": "58", "flag": "1"},
+      {"name": "GPU Diode", "value": "91", "flag": "1"},
+      {"name": "GPU Diode", "value": "91", "flag": "1"}])"));
+  EXPECT_EQ(shown["VoltageValues"][0]["value"], "1.25");
+  EXPECT_EQ(shown["PowerValues"][0]["name"], "System Total");
+  EXPECT_EQ(json({"show", "FanSpeedValues", "--json"}).size(), 1U);
+  EXPECT_NE(tarvel({"show", "TempValues"}).output.find("58 °C\n"), std::string::npos);
+}
+
+TEST_F(ViewerTest, AFlagGoesToTheFirstRecordOfItsNameAlone) {
+  fillStore();
+  EXPECT_EQ(tarvel({"flag", "TempValues", "GPU Diode", "0"}).status, 0);
+  EXPECT_EQ(tarvel({"flag", "FanSpeedValues", "Fan 0", "hidden"}).status, 0);
+  EXPECT_EQ(tarvel({"flag", "TempValues", "gpu diode", "0"}).status, 1);
+  const auto shown = json({"show", "--json"});
+  EXPECT_EQ(shown["TempValues"][1]["flag"], "0");
+  EXPECT_EQ(shown["TempValues"][2]["flag"], "1");
+  EXPECT_EQ(shown["FanSpeedValues"][0]["flag"], "hidden");
+  EXPECT_EQ(shown["FanSpeedValues"][0]["maximum"], "6144");
+}
+
+TEST_F(ViewerTest, RequestsAreWrittenUnderTheirKeys) {
+  for (const auto& [action, key] : {std::pair("updates", "CheckHelperUpdates"),
+                                    {"uninstall", "UninstallHelper"},
+                                    {"clear-sensors", "ClearSensors"}}) {
+    EXPECT_EQ(tarvel({"request", action}).status, 0);
+    EXPECT_EQ(json({"defaults", "read", key}), true) << key;
+  }
+}
+
+TEST_F(ViewerTest, EveryKindOfValueComesBackFromTheStore) {
+  for (const char* text : {R"("text \u0000 ü")", "true", "-9223372036854775808", "0.1", "1e300",
+                           "[]", "{}", R"({"list": [1, 2.5, "x", {"deep": [false]}]})"}) {
+    EXPECT_EQ(tarvel({"defaults", "write", "Key", text}).status, 0) << text;
+    EXPECT_EQ(json({"defaults", "read", "Key", "--json"}), Json::parse(text));
+    EXPECT_EQ(tarvel({"defaults", "read", "Key", "--raw"}).status, 1) << "not a data value";
+  }
+  EXPECT_EQ(json({"defaults", "read", "--json"}).size(), 1U);
+  EXPECT_EQ(tarvel({"defaults", "delete", "Key"}).status, 0);
+  EXPECT_EQ(tarvel({"defaults", "read", "Key"}).status, 1);
+}
+
+TEST_F(ViewerTest, DataIsKeptByteForByte) {
+  const std::string bytes("\0\n\xff no archive", 14);
+  EXPECT_EQ(tarvel({"defaults", "write", "Blob", "--data", "-"}, bytes).status, 0);
+  EXPECT_EQ(tarvel({"defaults", "read", "Blob", "--raw"}).output, bytes);
+  EXPECT_EQ(json({"defaults", "read", "Blob"}), Json::parse(R"({"data": "AAr/IG5vIGFyY2hpdmU="})"));
+  fillStore();
+  const auto archive = tarvel({"defaults", "read", "TempValues", "--raw"}).output;
+  writeFile(file("archive"), archive);
+  EXPECT_EQ(tarvel({"defaults", "write", "Copy", "--data", file("archive")}).status, 0);
+  EXPECT_EQ(json({"defaults", "read", "Copy"})[0], Json::parse(R"(["CPU Proximity", "58", "1"])"));
+}
+
+TEST_F(ViewerTest, WatchingEnablesAllPanelsWhereNoneWereChosen) {
+  fillStore();
+  tarvel({"defaults", "delete", "Panels"});
+  const auto line = run("/usr/bin/timeout",
+                        {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--json", "--no-helper"});
+  EXPECT_EQ(line.output.find('\n'), line.output.size() - 1) << "one line while nothing changes";
+  EXPECT_EQ(Json::parse(line.output), json({"show", "--json"}));
+  EXPECT_EQ(json({"defaults", "read", "Panels"}).size(), 8U);
+}
+
+TEST_F(ViewerTest, TheDoctorTellsStateAndStepOfEverySource) {
+  const auto findings = json({"doctor", "--json"})["findings"];
+  std::vector<std::string> subjects;
+  for (const auto& finding : findings) {
+    subjects.push_back(finding["subject"]);
+    const std::string state = finding["state"];
+    EXPECT_TRUE(state == "ok" || state == "missing" || state == "note") << finding;
+    EXPECT_NE(finding["found"], "") << finding;
+    if (subjects.back() == "container") {
+      EXPECT_EQ(finding["details"]["path"], file("data/QX8JD3LW6H.com.Tarvel"));
+    }
+    if (subjects.back() == "viewer") {
+      EXPECT_EQ(finding["details"]["pids"], Json::array());
+    }
+  }
+  for (const char* subject :
+       {"controller", "temperatures", "fans", "icon theme", "applications", "container", "store",
+        "registry", "helper", "viewer", "widget", "helper bundle", "updates"}) {
+    EXPECT_EQ(std::count(subjects.begin(), subjects.end(), subject), 1) << subject;
+  }
+  EXPECT_NE(tarvel({"doctor"}).output.find("registry"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarvel
