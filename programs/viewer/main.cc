@@ -11,6 +11,7 @@
 #include "platform/host/defaults_store.h"
 #include "platform/host/standard_error_log.h"
 #include "programs/viewer/commands.h"
+#include "programs/viewer/export.h"
 #include "programs/viewer/tools_process.h"
 #include "programs/viewer/watch.h"
 
@@ -24,6 +25,7 @@ using namespace tarvel::viewer;
 // Everything that can stand on the command line.
 struct Arguments {
   WatchOptions watch;
+  ExportOptions exporting;
   std::vector<std::string> names;
   std::string key;
   std::string sensor;
@@ -153,6 +155,17 @@ void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
+void addExport(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* exporting = app.add_subcommand("export", "Print the readings for Prometheus");
+  auto* file = exporting->add_option("--textfile", arguments.exporting.textFile,
+                                     "replace this file after every change");
+  exporting->add_option("--listen", arguments.exporting.address, "answer GET /metrics at HOST:PORT")
+      ->excludes(file);
+  exporting->callback([&] {
+    command = [&](DefaultsStore& store) { return exportReadings(store, arguments.exporting); };
+  });
+}
+
 int complain(int status, const std::string& text) {
   std::fprintf(stderr, "tarvel: %s\n", text.c_str());
   return status;
@@ -175,7 +188,7 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", "tarvel 1.2.5");
   app.require_subcommand(0, 1);
   for (const auto add :
-       {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor}) {
+       {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor, addExport}) {
     add(app, arguments, command);
   }
   try {

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cmath>
+#include <system_error>
 
 #include "app/store_keys.h"
 #include "platform/host/keyed_archive.h"
@@ -109,6 +112,23 @@ std::string_view column(const ProcessRow& row, std::string_view name) {
     if (tag == name) return text;
   }
   return {};
+}
+
+std::optional<double> numberOf(std::string_view text) {
+  double number = 0;
+  const auto end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+  if (read.ec != std::errc{} || !std::isfinite(number)) return std::nullopt;
+  const auto unit =
+      read.ptr != end ? std::string_view("KMG").find(*read.ptr) : std::string_view::npos;
+  return unit == std::string_view::npos ? number
+                                        : number * std::pow(1024, static_cast<double>(unit) + 1);
+}
+
+std::string applicationOf(const ProcessRow& row) {
+  constexpr std::string_view suffix = ".tiff";
+  const bool application = row.icon.ends_with(suffix);
+  return application ? row.icon.substr(0, row.icon.size() - suffix.size()) : std::string();
 }
 
 }  // namespace tarvel::viewer

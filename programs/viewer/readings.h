@@ -44,4 +44,10 @@ std::optional<Reading> decodeReading(std::string_view key, const PropertyList& v
 // The text of one column; empty where the row has none.
 std::string_view column(const ProcessRow& row, std::string_view name);
 
+// The identifier of the application that the process belongs to; empty where it is none.
+std::string applicationOf(const ProcessRow& row);
+
+// The number that a reading's text begins with, its K, M or G multiplied out; none without one.
+std::optional<double> numberOf(std::string_view text);
+
 }  // namespace tarvel::viewer

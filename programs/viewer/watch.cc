@@ -1,11 +1,9 @@
 #include "programs/viewer/watch.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <optional>
 
-#include <poll.h>
 #include <unistd.h>
 
 #include "app/store_keys.h"
@@ -13,6 +11,7 @@
 #include "platform/host/defaults_store.h"
 #include "programs/viewer/commands.h"
 #include "programs/viewer/dashboard_process.h"
+#include "programs/viewer/ending_signals.h"
 #include "programs/viewer/helper_process.h"
 #include "programs/viewer/output.h"
 #include "programs/viewer/panels.h"
@@ -28,27 +27,6 @@ constexpr auto kLook = 200ms;         // between two looks at the store
 constexpr auto kSnapshotLimit = 10s;  // how long a snapshot waits for its readings
 constexpr auto kWholeCycle =
     3500ms;  // what has not come this long after the first reading will not
-
-// The signals that end a viewer, taken by waiting for them, so that everything is put in order.
-class EndingSignals {
- public:
-  EndingSignals() {
-    sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&signals, signal);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-  }
-
-  // Sleeps, until a child has ended at the longest; true when a signal has come.
-  bool within(std::chrono::milliseconds time) const {
-    const timespec limit = {time.count() / 1000, time.count() % 1000 * 1'000'000};
-    const int signal = sigtimedwait(&signals, nullptr, &limit);
-    return signal > 0 && signal != SIGCHLD;
-  }
-
- private:
-  sigset_t signals{};
-};
 
 Snapshot enabledSnapshot(DefaultsStore& store) {
   return readSnapshot(store, enabledReadingKeys(store.get(kPanelsKey)));
@@ -77,12 +55,6 @@ int snapshot(DefaultsStore& store, const EndingSignals& signals, bool json) {
   const auto readings = enabledSnapshot(store);
   if (readings.empty()) throw CommandError(kNothing, "readings", "none have come");
   return printOut(json ? oneLine(jsonOf(readings, iconDirectory())) : tablesOf(readings));
-}
-
-// Whether nobody is left to read a pipe: without anything to write one would never learn it.
-bool isOutputClosed() {
-  pollfd output = {STDOUT_FILENO, 0, 0};
-  return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 // One line at the start and one after every change.

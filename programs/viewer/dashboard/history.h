@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -51,8 +50,5 @@ class History {
   std::map<std::string, Row, std::less<>> rows;
   std::size_t refresh = 0;
 };
-
-// The number that a reading's text begins with, its K, M or G multiplied out; none without one.
-std::optional<double> numberOf(std::string_view text);
 
 }  // namespace tarvel::viewer

@@ -34,12 +34,6 @@ Level levelOf(double value, double warm, double hot) {
   return value >= warm ? Level::kWarm : Level::kNormal;
 }
 
-std::string identifierOf(const ProcessRow& row) {
-  constexpr std::string_view suffix = ".tiff";
-  const bool application = row.icon.ends_with(suffix);
-  return application ? row.icon.substr(0, row.icon.size() - suffix.size()) : std::string();
-}
-
 DisplayRow rowOf(std::string_view key, const ProcessRow& process) {
   DisplayRow row;
   row.id = std::string(key) + " " + std::to_string(process.pid);
@@ -47,9 +41,9 @@ DisplayRow rowOf(std::string_view key, const ProcessRow& process) {
   row.value = column(process, mainColumn(key));
   row.number = numberOf(row.value);
   if (key == kCPUAppUsageKey) row.value += "%";
-  row.note = identifierOf(process);
+  row.note = applicationOf(process);
   if (row.note.empty()) row.note = column(process, "user");
-  row.isApplication = !identifierOf(process).empty();
+  row.isApplication = !applicationOf(process).empty();
   row.pid = process.pid;
   return row;
 }
