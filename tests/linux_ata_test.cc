@@ -306,8 +306,10 @@ TEST(LinuxAta, AsksADiskOnceAMinute) {
   ++machine.kernel->smart[100];  // the checksum is wrong now
   EXPECT_EQ(machine.update(), Rows({{"DISK", "41"}}));
   machine.root.write("sys/block/sda/diskseq", "2\n");  // another disk in its place
+  machine.now += seconds(3);
   EXPECT_TRUE(machine.update().empty());
   machine.root.remove("sys/block/sda");
+  machine.now += seconds(3);
   EXPECT_TRUE(machine.update().empty());
 }
 

@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::chrono::minutes kBetweenReadings{1};
 
+// One look for disks serves a cycle, which may ask for them once for every panel.
+constexpr std::chrono::seconds kLookServes{1};
+
 class DiskPlugIn : public AtaSmartPlugIn {
  public:
   DiskPlugIn(std::shared_ptr<DiskState> state, const LinuxAtaOptions& options)
@@ -87,23 +90,38 @@ class LinuxAtaSmart : public AtaSmart {
     std::shared_ptr<DiskState> state;
   };
 
-  // Looks which disks there are now; what was known of others is forgotten.
   std::vector<Service> services(bool AtaDisk::*kind) {
-    std::map<std::string, Known> present;
+    const auto now = options_.clock();
+    if (!looked_ || now - *looked_ >= kLookServes) {
+      looked_ = now;
+      look();
+    }
     std::vector<Service> matching;
+    for (const auto& identity : order_) {
+      const Known& known = disks_[identity];
+      if (known.state->disk.*kind) matching.push_back(known.service);
+    }
+    return matching;
+  }
+
+  // Finds which disks there are now; what was known of others is forgotten.
+  void look() {
+    std::map<std::string, Known> present;
+    order_.clear();
     for (auto& disk : listAtaDisks(options_.roots)) {
       Known known = disks_[disk.identity];
       if (!known.state) known = Known{nextService_++, std::make_shared<DiskState>()};
-      if (disk.*kind) matching.push_back(known.service);
+      order_.push_back(disk.identity);
       known.state->disk = disk;
       present[disk.identity] = std::move(known);
     }
     disks_ = std::move(present);
-    return matching;
   }
 
   LinuxAtaOptions options_;
-  std::map<std::string, Known> disks_;
+  std::map<std::string, Known> disks_;  // by identity
+  std::vector<std::string> order_;      // their identities as they were found
+  std::optional<MonotonicTime> looked_;
   Service nextService_ = 1;
 };
 

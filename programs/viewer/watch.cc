@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kLook = 200ms;         // between two looks at the store
+constexpr auto kLongWait = 1h;        // for the dashboard's end, which ends the wait as well
 constexpr auto kSnapshotLimit = 10s;  // how long a snapshot waits for its readings
 constexpr auto kWholeCycle =
     3500ms;  // what has not come this long after the first reading will not
@@ -73,7 +74,7 @@ int printChanges(DefaultsStore& store, const EndingSignals& signals) {
 
 // A terminal that cannot show it gets a snapshot.
 int showDashboard(DefaultsStore& store, const EndingSignals& signals) {
-  const int status = runDashboard([&] { return signals.within(kLook); });
+  const int status = runDashboard([&] { return signals.within(kLongWait); });
   if (status < 0) throw CommandError(kNothing, "dashboard", "not found beside this program");
   return status == kUnfitTerminal ? snapshot(store, signals, false) : status;
 }
