@@ -159,6 +159,31 @@ TEST_F(ViewerTest, WatchingEnablesAllPanelsWhereNoneWereChosen) {
   EXPECT_EQ(json({"defaults", "read", "Panels"}).size(), 8U);
 }
 
+TEST_F(ViewerTest, TheWidgetPrintsOneLineInTheFormOfItsBar) {
+  EXPECT_EQ(tarvel({"watch", "--line", "--once"}).status, 1) << "nothing is there";
+  EXPECT_EQ(tarvel({"watch", "--line", "--format", "tea"}).status, 2);
+  EXPECT_EQ(tarvel({"watch", "--format", "tmux"}).status, 2);
+  fillStore();
+  tarvel({"flag", "FanSpeedValues", "Fan 0", "0"});
+  const std::string plain = R"(a\"b c 12.3% · 91 °C · 36.00 W)";
+  const auto once = [&](const std::string& format) {
+    return tarvel({"watch", "--line", "--once", "--format", format}).output;
+  };
+  EXPECT_EQ(once("plain"), plain + "\n");
+  EXPECT_EQ(once("tmux"), R"(a\"b c 12.3% · #[fg=red]91 °C#[default] · 36.00 W)"
+                          "\n");
+  EXPECT_EQ(Json::parse(once("i3blocks")),
+            Json({{"full_text", plain}, {"short_text", R"(a\"b c 12.3%)"}, {"color", "#FF0000"}}));
+  EXPECT_EQ(Json::parse(once("waybar")),
+            Json({{"text", plain},
+                  {"tooltip", "a\\\"b c 12.3%\nGPU Diode 91 °C\nSystem Total 36.00 W"},
+                  {"class", "hot"}}));
+  const auto kept = tarvel({"defaults", "read"}).output;
+  const auto runs = run("/usr/bin/timeout", {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--line"});
+  EXPECT_EQ(runs.output, plain + "\n") << "one line while nothing changes";
+  EXPECT_EQ(tarvel({"defaults", "read"}).output, kept) << "it writes nothing";
+}
+
 TEST_F(ViewerTest, TheDoctorTellsStateAndStepOfEverySource) {
   const auto findings = json({"doctor", "--json"})["findings"];
   std::vector<std::string> subjects;

@@ -14,6 +14,7 @@
 #include "programs/viewer/export.h"
 #include "programs/viewer/tools_process.h"
 #include "programs/viewer/watch.h"
+#include "programs/viewer/widget.h"
 
 // `tarvel`: the command line of the viewers.
 
@@ -32,6 +33,7 @@ struct Arguments {
   std::string text;
   std::string file;
   bool json = false;
+  bool isLine = false;
   bool raw = false;
 };
 
@@ -41,10 +43,22 @@ using Command = std::function<int(DefaultsStore&)>;
 void addWatch(CLI::App& app, Arguments& arguments, Command& command) {
   auto* watchCommand = app.add_subcommand("watch", "Show the live dashboard");
   watchCommand->add_flag("--once", arguments.watch.once, "print the readings once and exit");
-  watchCommand->add_flag("--json", arguments.watch.json, "print JSON, a line for every change");
+  auto* json =
+      watchCommand->add_flag("--json", arguments.watch.json, "print JSON, a line for every change");
   watchCommand->add_flag("--no-helper", arguments.watch.noHelper, "start no helper");
-  watchCommand->callback(
-      [&] { command = [&](DefaultsStore& store) { return watch(store, arguments.watch); }; });
+  auto* line = watchCommand->add_flag("--line", arguments.isLine, "print a line for a status bar");
+  line->excludes(json);
+  watchCommand
+      ->add_option("--format", arguments.text, "the line's: plain, tmux, waybar or i3blocks")
+      ->default_str("plain")
+      ->needs(line);
+  watchCommand->callback([&] {
+    command = [&](DefaultsStore& store) {
+      if (!arguments.isLine) return watch(store, arguments.watch);
+      const auto& format = arguments.text;
+      return showLines(store, format.empty() ? "plain" : format, arguments.watch.once);
+    };
+  });
 }
 
 void addPanels(CLI::App& app, Arguments& arguments, Command& command) {
