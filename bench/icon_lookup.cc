@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "platform/host/files.h"
-#include "platform/linux/linux_workspace.h"
+#include "platform/linux/desktop/linux_workspace.h"
 #include "process/icon_cache.h"
 
 // icon_lookup TARVEL-ICON: what the icon of a process costs, in microseconds: warm, when its file

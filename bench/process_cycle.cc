@@ -29,7 +29,7 @@
 #include "platform/host/defaults_store.h"
 #include "platform/host/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
-#include "platform/linux/process_table.h"
+#include "platform/linux/processes/process_table.h"
 #include "process/process_usage.h"
 
 namespace tarvel {

@@ -17,7 +17,7 @@
 #include "platform/ata_smart.h"
 #include "platform/host/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
-#include "platform/linux/linux_apple_smc.h"
+#include "platform/linux/sensors/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
 #include "sensors/voltage_sensors.h"

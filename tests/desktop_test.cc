@@ -7,11 +7,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/desktop_index.h"
-#include "platform/linux/icon_theme.h"
-#include "platform/linux/linux_workspace.h"
-#include "platform/linux/process_application.h"
-#include "platform/linux/unit_application.h"
+#include "platform/linux/desktop/desktop_index.h"
+#include "platform/linux/desktop/icon_theme.h"
+#include "platform/linux/desktop/linux_workspace.h"
+#include "platform/linux/desktop/process_application.h"
+#include "platform/linux/desktop/unit_application.h"
 #include "tests/temporary_home.h"
 
 namespace tarvel {

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 #include <scsi/sg.h>
 
-#include "platform/linux/linux_ata_smart.h"
+#include "platform/linux/disks/linux_ata_smart.h"
 #include "smart/smart_controller.h"
 #include "tests/fake_ata.h"
 #include "tests/temporary_tree.h"

@@ -13,8 +13,8 @@
 #include <unistd.h>
 
 #include "platform/host/file_descriptor.h"
-#include "platform/linux/file_sensors.h"
-#include "platform/linux/linux_apple_smc.h"
+#include "platform/linux/sensors/file_sensors.h"
+#include "platform/linux/sensors/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
 #include "sensors/voltage_sensors.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/process_table.h"
+#include "platform/linux/processes/process_table.h"
 
 #include <map>
 #include <thread>
@@ -8,8 +8,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "platform/linux/process_lines.h"
-#include "platform/linux/process_text.h"
+#include "platform/linux/processes/process_lines.h"
+#include "platform/linux/processes/process_text.h"
 #include "tests/temporary_home.h"
 #include "tests/worker_process.h"
 

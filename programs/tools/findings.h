@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/ata_disks.h"
+#include "platform/linux/disks/ata_disks.h"
 #include "programs/tools/finding.h"
 
 // Every source that the product looks for, in the way in which the helper itself looks for it. No

@@ -5,11 +5,11 @@
 
 #include <unistd.h>
 
-#include "platform/linux/desktop_index.h"
-#include "platform/linux/icon_theme.h"
-#include "platform/linux/linux_apple_smc.h"
+#include "platform/linux/desktop/desktop_index.h"
+#include "platform/linux/desktop/icon_theme.h"
 #include "platform/linux/process_rights.h"
-#include "platform/linux/sensor_scan.h"
+#include "platform/linux/sensors/linux_apple_smc.h"
+#include "platform/linux/sensors/sensor_scan.h"
 #include "programs/tools/findings.h"
 #include "sensors/electrical_keys.h"
 #include "sensors/fan_sensors.h"

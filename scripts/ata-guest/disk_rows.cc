@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/linux/linux_ata_smart.h"
+#include "platform/linux/disks/linux_ata_smart.h"
 #include "smart/smart_controller.h"
 
 int main(int count, char** arguments) {

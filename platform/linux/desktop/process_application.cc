@@ -1,0 +1,107 @@
+#include "platform/linux/desktop/process_application.h"
+
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/desktop/unit_application.h"
+#include "platform/linux/small_file.h"
+
+namespace tarvel {
+namespace {
+
+constexpr std::size_t kProcLimit = 256 * 1024;  // bytes of a file in /proc
+constexpr std::string_view kSeat = "/run/systemd/seats/seat0";
+
+using Application = DesktopIndex::Application;
+
+// The value of a NAME=value line of the text; lines end in `separator`.
+std::optional<std::string> valueIn(std::string_view text, std::string_view name, char separator) {
+  while (!text.empty()) {
+    const auto line = text.substr(0, text.find(separator));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    if (line.size() > name.size() && line.starts_with(name) && line[name.size()] == '=') {
+      return std::string(line.substr(name.size() + 1));
+    }
+  }
+  return std::nullopt;
+}
+
+// The user whose applications are shown: oneself, and for root also whoever sits at the machine.
+bool isShownUser(uid_t user) {
+  if (user == geteuid()) return true;
+  if (geteuid() != 0) return false;
+  const auto seat = readSmallFile(std::string(kSeat), kProcLimit);
+  const auto active = seat ? valueIn(*seat, "ACTIVE_UID", '\n') : std::nullopt;
+  return active == std::to_string(user);
+}
+
+const Application* byUnit(const std::string& folder, const DesktopIndex& index) {
+  const auto text = readSmallFile(folder + "/cgroup", kProcLimit);
+  if (!text) return nullptr;
+  for (const auto& identifier : unitIdentifiers(controlGroupPath(*text))) {
+    if (const auto* application = index.withIdentifier(identifier)) return application;
+  }
+  return nullptr;
+}
+
+const Application* bySandbox(const std::string& folder, const DesktopIndex& index) {
+  const auto text = readSmallFile(folder + "/root/.flatpak-info", kProcLimit);
+  const auto name = text ? valueIn(*text, "name", '\n') : std::nullopt;
+  return name ? index.withIdentifier(*name) : nullptr;
+}
+
+std::vector<std::string> argumentsOf(const std::string& folder) {
+  std::vector<std::string> arguments;
+  const auto text = readSmallFile(folder + "/cmdline", kProcLimit).value_or("");
+  for (std::size_t start = 0; start < text.size();) {
+    const auto end = std::min(text.find('\0', start), text.size());
+    arguments.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return arguments;
+}
+
+const Application* byProgram(const std::string& folder, const DesktopIndex& index) {
+  constexpr std::string_view deleted = " (deleted)";  // upgraded while it runs
+  std::error_code error;
+  std::string program = std::filesystem::read_symlink(folder + "/exe", error).string();
+  if (error) return nullptr;
+  if (program.ends_with(deleted)) program.resize(program.size() - deleted.size());
+  return index.startingProgram(program, argumentsOf(folder));
+}
+
+// Launchers leave the entry's path in the environment, which all descendants inherit: it counts
+// only where it names this very process.
+const Application* byLaunch(const std::string& folder, std::int32_t pid,
+                            const DesktopIndex& index) {
+  const auto text = readSmallFile(folder + "/environ", kProcLimit);
+  if (!text) return nullptr;
+  if (valueIn(*text, "GIO_LAUNCHED_DESKTOP_FILE_PID", '\0') == std::to_string(pid)) {
+    if (const auto path = valueIn(*text, "GIO_LAUNCHED_DESKTOP_FILE", '\0')) {
+      return index.atPath(*path);
+    }
+  }
+  const auto hint = valueIn(*text, "BAMF_DESKTOP_FILE_HINT", '\0');
+  return hint ? index.atPath(*hint) : nullptr;
+}
+
+}  // namespace
+
+const Application* processApplication(const std::string& procFolder, std::int32_t pid,
+                                      const DesktopIndex& index) {
+  const std::string folder = procFolder + "/" + std::to_string(pid);
+  struct stat status {};
+  if (pid <= 0 || stat(folder.c_str(), &status) != 0 || !isShownUser(status.st_uid)) return nullptr;
+  if (const auto* application = byUnit(folder, index)) return application;
+  if (const auto* application = bySandbox(folder, index)) return application;
+  if (const auto* application = byProgram(folder, index)) return application;
+  return byLaunch(folder, pid, index);
+}
+
+}  // namespace tarvel

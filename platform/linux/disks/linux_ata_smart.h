@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include "platform/ata_smart.h"
+#include "platform/linux/disks/ata_disks.h"
+#include "platform/linux/disks/ata_pass_through.h"
+#include "platform/linux/monotonic_clock.h"
+
+// The ATA S.M.A.R.T. plug-in of a Linux machine.
+//
+// Where the kernel's drivetemp watches a disk, its reading stands in for the disk's own data and no
+// rights are needed; nobody's S.M.A.R.T. is switched off. Otherwise commands go to the disk, which
+// takes CAP_SYS_RAWIO. Each disk is asked at most once a minute, in between it answers as it last
+// did. A disk is first asked whether it stands by, as far as we may ask; one that does, or that the
+// system has suspended, or that does not say, is left alone. A disk that answered once keeps its
+// last reading for as long as it is there, be it standing by or failing.
+//
+// A command that does not end within its two seconds, or that hangs altogether and is given up
+// after the limit below, is the last for ten minutes. Main thread only.
+
+namespace tarvel {
+
+struct LinuxAtaOptions {
+  AtaDiskRoots roots;
+  MonotonicClock clock = monotonicTime;
+  ScsiIoctl ioctl = scsiIoctl;
+  std::chrono::milliseconds commandLimit{3000};
+};
+
+std::unique_ptr<AtaSmart> makeLinuxAtaSmart(LinuxAtaOptions options = {});
+
+}  // namespace tarvel

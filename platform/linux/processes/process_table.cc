@@ -1,0 +1,170 @@
+#include "platform/linux/processes/process_table.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "platform/linux/processes/energy_ranking.h"
+#include "platform/linux/processes/memory_ranking.h"
+#include "platform/linux/processes/process_lines.h"
+#include "platform/linux/processes/process_ranking.h"
+#include "platform/linux/processes/process_sweep.h"
+#include "platform/linux/processes/process_text.h"
+#include "platform/linux/processes/user_names.h"
+
+namespace tarvel {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::nanoseconds kServesAgain = 500ms;
+constexpr std::chrono::nanoseconds kServesAsFirst = 10s;
+constexpr std::chrono::nanoseconds kBetweenTwo = 1s;
+constexpr std::chrono::nanoseconds kUserServes = 10s;
+constexpr std::size_t kMostOwners = 1000;
+
+std::string lineStart(const Process& process) {
+  return tagged("pid", std::to_string(process.pid)) + tagged("name", nameText(process.name));
+}
+
+}  // namespace
+
+ProcessTableClock realClock() {
+  return {monotonicTime, [](std::chrono::nanoseconds time) { std::this_thread::sleep_for(time); },
+          processorClocks()};
+}
+
+class ProcessTable::Reading {
+ public:
+  Reading(const std::string& root, ProcessTableClock clock)
+      : clock_(std::move(clock)), sweep_(root, clock_.processorTime) {}
+
+  std::string lines(ProcessListKind kind, std::size_t rows) {
+    const std::lock_guard lock(mutex_);
+    bringUpToDate();
+    switch (kind) {
+      case ProcessListKind::cpu:
+        return cpuLines(rows);
+      case ProcessListKind::memory:
+        return memoryLines(rows);
+      case ProcessListKind::energy:
+        return energyLines(rows);
+    }
+    return {};
+  }
+
+  std::optional<std::uint64_t> startTime(std::int32_t pid) {
+    const std::lock_guard lock(mutex_);
+    const Process* const process = sweep_.find(pid);
+    return process ? std::optional(process->startTime) : std::nullopt;
+  }
+
+ private:
+  void bringUpToDate() {
+    const auto age = hasSwept_ ? clock_.now() - sweptAt_ : kServesAsFirst + 1ns;
+    if (age < kServesAgain) return;
+    if (age > kServesAsFirst) {
+      look(false);
+      clock_.sleep(kBetweenTwo);
+    }
+    look(true);
+  }
+
+  void look(bool compare) {
+    const auto now = clock_.now();
+    elapsed_ = compare ? now - sweptAt_ : 0ns;
+    sweptAt_ = now;
+    hasSwept_ = true;
+    sweep_.run(elapsed_);
+  }
+
+  std::string cpuLines(std::size_t rows) {
+    const double elapsed = std::max(std::chrono::duration<double>(elapsed_).count(), 1e-9);
+    const auto load = [&](const Process& process) {
+      return std::llround(1000 * std::chrono::duration<double>(process.used).count() / elapsed);
+    };
+    std::string text;
+    for (const auto& [process, tenths] : highest(sweep_, rows, load)) {
+      text += lineStart(*process) + tagged("cpu", tenthsText(tenths)) + "</item>\n";
+    }
+    return text;
+  }
+
+  std::string memoryLines(std::size_t rows) {
+    const bool swaps = isSwapInUse(sweep_.files().read("swaps"));
+    std::string text;
+    for (const auto& [process, kibibytes] : memory_.highest(sweep_, rows)) {
+      const auto swapped = swaps ? MemoryRanking::swapKiB(sweep_, *process) : 0;
+      text += lineStart(*process) +
+              tagged("mem", memoryText(static_cast<std::uint64_t>(kibibytes))) +
+              tagged("cmprs", memoryText(swapped)) + "</item>\n";
+    }
+    return text;
+  }
+
+  std::string energyLines(std::size_t rows) {
+    std::string text;
+    if (owners_.size() > kMostOwners) owners_.clear();
+    for (const auto& [process, tenths] : energy_.highest(sweep_, sweptAt_, elapsed_, rows)) {
+      const auto owner = owners_.insert_or_assign(process->pid, ownerOf(*process)).first->second;
+      text += lineStart(*process) + tagged("power", tenthsText(tenths)) +
+              tagged("user", owner.user ? users_.name(*owner.user) : "?") + "</item>\n";
+    }
+    return text;
+  }
+
+  struct Owner {
+    std::uint64_t startTime = 0;
+    MonotonicTime askedAt{0};
+    std::optional<std::uint32_t> user;  // none where it has just ended
+  };
+
+  // Who it runs as. A process that has not run is the same user's as before; others change their
+  // user rarely, and asking is dear.
+  Owner ownerOf(const Process& process) {
+    const auto known = owners_.find(process.pid);
+    const bool isKnown = known != owners_.end() && known->second.startTime == process.startTime;
+    if (isKnown && (!process.ran || sweptAt_ - known->second.askedAt < kUserServes)) {
+      return known->second;
+    }
+    const auto status = parseStatus(sweep_.files().read(process.pid, "status"));
+    if (!status && isKnown) return known->second;
+    return {process.startTime, sweptAt_, status ? std::optional(status->user) : std::nullopt};
+  }
+
+  std::mutex mutex_;  // guards all that follows
+  ProcessTableClock clock_;
+  ProcessSweep sweep_;
+  bool hasSwept_ = false;
+  MonotonicTime sweptAt_{0};
+  std::chrono::nanoseconds elapsed_{0};  // between the latest two looks
+  MemoryRanking memory_;
+  EnergyRanking energy_;
+  UserNames users_;
+  std::map<std::int32_t, Owner> owners_;  // by process id
+};
+
+ProcessTable::ProcessTable(std::vector<ProcessListCommand> commands, const std::string& root,
+                           ProcessTableClock clock)
+    : commands_(std::move(commands)), reading_(std::make_unique<Reading>(root, std::move(clock))) {}
+
+ProcessTable::~ProcessTable() = default;
+
+std::optional<std::string> ProcessTable::answer(const std::string& shellCommand) {
+  const auto command = std::ranges::find(commands_, shellCommand, &ProcessListCommand::text);
+  if (command == commands_.end()) return std::nullopt;
+  return lines(command->kind, command->rows);
+}
+
+std::string ProcessTable::lines(ProcessListKind kind, std::size_t rows) {
+  return reading_->lines(kind, rows);
+}
+
+std::optional<std::uint64_t> ProcessTable::startTime(std::int32_t pid) const {
+  return reading_->startTime(pid);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,153 @@
+#include "platform/linux/sensors/key_sensors.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "platform/host/smc_record.h"
+#include "platform/linux/sensors/sensor_map.h"
+
+namespace tarvel {
+namespace {
+
+bool matchesInput(const SensorRow& row, const ChipInput& input) {
+  if (row.label.empty()) return row.input == input.kind + std::to_string(input.number);
+  return row.input == input.kind && matchesPattern(row.label, input.label);
+}
+
+std::int64_t numberBehindStar(const SensorRow& row, const ChipInput& input) {
+  if (!row.label.ends_with('*')) return input.number;
+  return leadingInteger(std::string_view(input.label).substr(row.label.size() - 1)).value_or(0);
+}
+
+std::string_view takeWord(std::string_view& words) {
+  const auto blank = std::min(words.find(' '), words.size());
+  const auto word = words.substr(0, blank);
+  words.remove_prefix(std::min(blank + 1, words.size()));
+  return word;
+}
+
+Quantity quantityOf(std::string_view kind, std::string_view key) {
+  if (kind == "temp") return Quantity::temperature;
+  if (kind == "in") return Quantity::voltage;
+  if (kind == "curr") return Quantity::current;
+  return key == "PSTR" ? Quantity::systemPower : Quantity::power;
+}
+
+class Mapper {
+ public:
+  Mapper(const std::vector<Chip>& chips, bool rawController) : chips_(chips) {
+    files_.resize(chips.size());
+    rawController_ = rawController;
+    controller_ = rawController || std::ranges::any_of(chips, [](const Chip& chip) {
+                    return matchesPattern(kControllerChips, chip.name);
+                  });
+  }
+
+  KeySensors map(const MonotonicClock& clock) {
+    if (!rawController_) addLabelledController();
+    for (const auto& row : kSensorRows) addRow(row);
+    for (std::size_t chip = 0; chip < chips_.size(); ++chip) addFans(chip);
+    for (std::size_t i = 0; i < chips_.size(); ++i) {
+      sensors_.devices.push_back(
+          std::make_shared<FileSensors>(chips_[i].statusFile, std::move(files_[i]), clock));
+    }
+    return std::move(sensors_);
+  }
+
+ private:
+  SensorRef refer(std::size_t chip, const SensorFile& file) {
+    auto& files = files_[chip];
+    const auto found = std::ranges::find(files, file);
+    const SensorRef ref{chip, static_cast<std::size_t>(found - files.begin())};
+    if (found == files.end()) files.push_back(file);
+    return ref;
+  }
+
+  void offer(std::string_view key, Quantity quantity, SensorRef ref) {
+    sensors_.candidates[smc_record::codeOf(key)].push_back(KeyCandidate{quantity, {ref}});
+  }
+
+  // The labels of a controller's temperatures are their keys.
+  void addLabelledController() {
+    for (std::size_t chip = 0; chip < chips_.size(); ++chip) {
+      if (chips_[chip].name != "applesmc") continue;
+      for (const auto& input : chips_[chip].inputs) {
+        if (input.kind != "temp" || input.label.size() != 4) continue;
+        offer(input.label, Quantity::temperature, refer(chip, input.file));
+      }
+    }
+  }
+
+  // Where there is a controller, it alone says how warm things are and how fast fans turn.
+  bool superfluous(const Chip& chip, std::string_view kind) const {
+    if (!controller_ || (kind != "temp" && kind != "fan")) return false;
+    if (matchesPattern(kDriveChips, chip.name) && kind == "temp") return false;
+    return rawController_ || !matchesPattern(kControllerChips, chip.name);
+  }
+
+  void addRow(const SensorRow& row) {
+    std::string_view keys = row.keys;
+    std::optional<KeyCandidate> sum;
+    for (std::size_t chip = 0; chip < chips_.size(); ++chip) {
+      if (!matchesPattern(row.chip, chips_[chip].name)) continue;
+      for (const auto* input : inputsOf(row, chips_[chip])) {
+        const auto ref = refer(chip, input->file);
+        if (input->kind == "energy") {
+          if (!sum) sum = KeyCandidate{quantityOf("energy", keys), {}};
+          sum->parts.push_back(ref);
+        } else if (const auto key = takeWord(keys); !key.empty()) {
+          offer(key, quantityOf(input->kind, key), ref);
+        }
+      }
+    }
+    if (sum) sensors_.candidates[smc_record::codeOf(row.keys)].push_back(*std::move(sum));
+  }
+
+  std::vector<const ChipInput*> inputsOf(const SensorRow& row, const Chip& chip) const {
+    std::vector<const ChipInput*> inputs;
+    for (const auto& input : chip.inputs) {
+      if (matchesInput(row, input) && !superfluous(chip, input.kind)) inputs.push_back(&input);
+    }
+    std::ranges::stable_sort(inputs, {},
+                             [&](const ChipInput* input) { return numberBehindStar(row, *input); });
+    return inputs;
+  }
+
+  void addFans(std::size_t chip) {
+    if (superfluous(chips_[chip], "fan")) return;
+    for (const auto& input : chips_[chip].inputs) {
+      if (input.kind != "fan") continue;
+      const std::string prefix =
+          input.file.path.substr(0, input.file.path.size() - std::string_view("input").size());
+      FanSensors fan{input.label, refer(chip, input.file), {}, {}, false};
+      fan.minimum = limitOf(chip, prefix + "min");
+      fan.maximum = limitOf(chip, prefix + "max");
+      fan.mayBeUnused = matchesPattern(kSuperIOChips, chips_[chip].name);
+      sensors_.fans.push_back(std::move(fan));
+    }
+  }
+
+  std::vector<SensorRef> limitOf(std::size_t chip, const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) return {};
+    return {refer(chip, SensorFile{path})};
+  }
+
+  const std::vector<Chip>& chips_;
+  bool rawController_ = false;
+  bool controller_ = false;
+  std::vector<std::vector<SensorFile>> files_;  // of each chip
+  KeySensors sensors_;
+};
+
+}  // namespace
+
+KeySensors mapChips(const std::vector<Chip>& chips, bool rawController,
+                    const MonotonicClock& clock) {
+  return Mapper(chips, rawController).map(clock);
+}
+
+}  // namespace tarvel

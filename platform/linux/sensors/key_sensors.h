@@ -1,0 +1,53 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/linux/sensors/controller_value.h"
+#include "platform/linux/sensors/file_sensors.h"
+#include "platform/linux/sensors/sensor_chips.h"
+
+// Which files of a machine answer for which key of the controller.
+
+namespace tarvel {
+
+// One sensor of one device of a KeySensors.
+struct SensorRef {
+  std::size_t device = 0;
+  std::size_t sensor = 0;
+
+  auto operator<=>(const SensorRef&) const = default;
+};
+
+// What can stand for a key: one sensor, or several that are added up.
+struct KeyCandidate {
+  Quantity quantity = Quantity::temperature;
+  std::vector<SensorRef> parts;
+};
+
+struct FanSensors {
+  std::string label;
+  SensorRef input;
+  std::vector<SensorRef> minimum;  // none or one
+  std::vector<SensorRef> maximum;
+  bool mayBeUnused = false;  // a header that nothing may be connected to
+};
+
+struct KeySensors {
+  std::vector<std::shared_ptr<FileSensors>> devices;
+  std::map<std::uint32_t, std::vector<KeyCandidate>> candidates;  // the first that answers counts
+  std::vector<FanSensors> fans;
+
+  bool empty() const { return candidates.empty() && fans.empty(); }
+};
+
+// The sensors of the chips that have a key. `rawController`: a controller is read by another way;
+// its labelled values are left out, as well as what it makes superfluous.
+KeySensors mapChips(const std::vector<Chip>& chips, bool rawController,
+                    const MonotonicClock& clock);
+
+}  // namespace tarvel

@@ -1,0 +1,274 @@
+#include "platform/linux/sensors/linux_apple_smc.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "platform/host/smc_record.h"
+#include "platform/linux/bounded_work.h"
+#include "platform/linux/sensors/key_sensors.h"
+#include "platform/linux/sensors/sensor_scan.h"
+
+namespace tarvel {
+namespace {
+
+constexpr std::chrono::seconds kFreshness{1};
+constexpr std::chrono::milliseconds kScanLimit{2000};
+constexpr std::size_t kMostFans = 10;
+
+constexpr AppleSMC::Service kService = 1;
+constexpr AppleSMC::Connection kConnection = 1;
+constexpr std::uint32_t kIOReturnBadArgument = 0xE00002C2;
+constexpr std::uint32_t kUserClientSelector = 2;
+
+constexpr std::uint8_t kResultKeyNotFound = 0x84;
+
+// What a look at the machine found; filled on a thread that may hang.
+struct Scan {
+  std::mutex mutex;
+  bool done = false;
+  SensorScan found;
+};
+
+class LinuxAppleSMC : public AppleSMC {
+ public:
+  explicit LinuxAppleSMC(LinuxSMCOptions options) : options_(std::move(options)) {}
+
+  Match IOServiceGetMatchingServices(std::string_view className) override {
+    if (className != "AppleSMC") return {};
+    startScan();
+    const bool anything = scan_ || controller_ || !sensors_.empty();
+    return {0, anything ? kService : 0};
+  }
+
+  std::uint32_t IOServiceOpen(Service service, std::uint32_t /*type*/,
+                              Connection& connection) override {
+    if (service != kService) return kIOReturnBadArgument;
+    open_ = true;
+    connection = kConnection;
+    return 0;
+  }
+
+  std::uint32_t IOConnectCallStructMethod(Connection connection, std::uint32_t selector,
+                                          const SMCRecordBytes& input,
+                                          SMCRecordBytes& output) override;
+
+  void IOServiceClose(Connection connection) override {
+    if (connection == kConnection) open_ = false;
+  }
+
+ private:
+  // What a cycle asks for: sensors by their files, and keys of a raw controller.
+  struct Wanted {
+    std::set<SensorRef> sensors;
+    std::set<std::uint32_t> keys;
+  };
+
+  void startScan();
+  void adoptScan();
+
+  void beginCycle();
+  void readNow(const Wanted& wanted);
+  void ensureRead(const std::vector<SensorRef>& sensors);
+
+  std::optional<ControllerValue> value(std::uint32_t key);
+  std::optional<ControllerValue> rawValue(std::uint32_t key);
+  std::optional<ControllerValue> candidateValue(std::uint32_t key);
+  std::optional<ControllerValue> fanValue(std::string_view key);
+  std::vector<const FanSensors*> turningFans();
+  std::optional<double> reading(const std::vector<SensorRef>& parts);
+
+  LinuxSMCOptions options_;
+  bool open_ = false;
+  KeySensors sensors_;
+  std::shared_ptr<RawController> controller_;
+  std::shared_ptr<Scan> scan_;  // one that goes on
+  std::string listing_;         // what the last scan was of
+
+  std::optional<MonotonicTime> cycleStart_;
+  Wanted asked_;  // in this cycle
+  Wanted read_;
+};
+
+std::uint32_t LinuxAppleSMC::IOConnectCallStructMethod(Connection connection,
+                                                       std::uint32_t selector,
+                                                       const SMCRecordBytes& input,
+                                                       SMCRecordBytes& output) {
+  using namespace smc_record;
+  if (!open_ || connection != kConnection) return kIOReturnNotOpen;
+  const std::uint8_t command = input[kCommandAt];
+  if (selector != kUserClientSelector || (command != kReadKeyInfo && command != kReadBytes)) {
+    return kIOReturnBadArgument;
+  }
+  output = {};
+  const auto found = value(numberAt(input, kKeyAt));
+  if (!found) {
+    output[kResultAt] = kResultKeyNotFound;
+  } else if (command == kReadKeyInfo) {
+    putNumber(output, kDataSizeAt, found->size);
+    putNumber(output, kDataTypeAt, found->type);
+  } else {
+    std::ranges::copy(found->bytes, output.begin() + kBytesAt);
+  }
+  return 0;
+}
+
+void LinuxAppleSMC::startScan() {
+  listing_ = chipListing(options_.root);
+  const auto scan = std::make_shared<Scan>();
+  const auto outcome = runBounded("sensor scan", kScanLimit, [scan, options = options_] {
+    auto found = scanSensors(options.root, options.openController);
+    const std::scoped_lock lock(scan->mutex);
+    scan->found = std::move(found);
+    scan->done = true;
+  });
+  if (outcome == BoundedOutcome::notStarted) {
+    listing_.clear();  // to be tried again
+    return;
+  }
+  scan_ = scan;
+  adoptScan();
+}
+
+void LinuxAppleSMC::adoptScan() {
+  const auto scan = scan_;
+  const std::scoped_lock lock(scan->mutex);
+  if (!scan->done) return;
+  scan_.reset();
+  if (!controller_ || !scan->found.controller) controller_ = scan->found.controller;
+  KeySensors found = mapChips(scan->found.chips, controller_ != nullptr, options_.clock);
+  for (auto& device : found.devices) {
+    const auto known = std::ranges::find_if(
+        sensors_.devices, [&](const auto& old) { return old->hasFilesOf(*device); });
+    if (known != sensors_.devices.end()) device = *known;
+  }
+  sensors_ = std::move(found);
+  asked_ = {};
+}
+
+void LinuxAppleSMC::beginCycle() {
+  const auto now = options_.clock();
+  if (cycleStart_ && now - *cycleStart_ <= kFreshness) return;
+  cycleStart_ = now;
+  const bool gone = std::ranges::any_of(sensors_.devices, [](const auto& device) {
+    return !device->busy.load(std::memory_order_acquire) && device->takeLostFile();
+  });
+  if (scan_) {
+    adoptScan();
+  } else if (gone || chipListing(options_.root) != listing_) {
+    startScan();
+  }
+  read_ = {};
+  readNow(std::exchange(asked_, {}));
+}
+
+void LinuxAppleSMC::readNow(const Wanted& wanted) {
+  std::vector<std::shared_ptr<SensorDevice>> devices;
+  const auto isFree = [](const SensorDevice& device) {
+    return !device.busy.load(std::memory_order_acquire);
+  };
+  for (const auto& ref : wanted.sensors) {
+    const auto& device = sensors_.devices[ref.device];
+    if (!isFree(*device)) continue;
+    device->want(ref.sensor);
+    if (devices.empty() || devices.back() != device) devices.push_back(device);
+  }
+  if (!wanted.keys.empty() && controller_ && isFree(*controller_)) {
+    for (const auto key : wanted.keys) controller_->want(key);
+    devices.push_back(controller_);
+  }
+  readDevices(devices, options_.readingLimit);
+  read_.sensors.insert(wanted.sensors.begin(), wanted.sensors.end());
+  read_.keys.insert(wanted.keys.begin(), wanted.keys.end());
+}
+
+void LinuxAppleSMC::ensureRead(const std::vector<SensorRef>& sensors) {
+  Wanted missing;
+  for (const auto& ref : sensors) {
+    asked_.sensors.insert(ref);
+    if (!read_.sensors.contains(ref)) missing.sensors.insert(ref);
+  }
+  if (!missing.sensors.empty()) readNow(missing);
+}
+
+std::optional<ControllerValue> LinuxAppleSMC::value(std::uint32_t key) {
+  beginCycle();
+  if (auto raw = rawValue(key)) return raw;
+  if (key >> 24 == 'F') return fanValue(smc_record::codeText(key));
+  return candidateValue(key);
+}
+
+std::optional<ControllerValue> LinuxAppleSMC::rawValue(std::uint32_t key) {
+  if (!controller_) return std::nullopt;
+  asked_.keys.insert(key);
+  if (!read_.keys.contains(key)) readNow(Wanted{{}, {key}});
+  return controller_->value(key);
+}
+
+std::optional<ControllerValue> LinuxAppleSMC::candidateValue(std::uint32_t key) {
+  const auto found = sensors_.candidates.find(key);
+  if (found == sensors_.candidates.end()) return std::nullopt;
+  for (const auto& candidate : found->second) {
+    if (const auto number = reading(candidate.parts)) {
+      return encodedReading(*number, candidate.quantity);
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {
+  const auto fans = turningFans();
+  if (key == "FNum" && !sensors_.fans.empty()) {
+    return encodedFanCount(static_cast<std::uint8_t>(fans.size()));
+  }
+  const auto index = static_cast<std::size_t>(key[1] - '0');
+  if (index >= fans.size()) return std::nullopt;
+  const FanSensors& fan = *fans[index];
+  const auto what = key.substr(2);
+  if (what == "ID") {
+    return fan.label.empty() ? std::nullopt : std::optional(encodedFanName(fan.label));
+  }
+  std::optional<double> speed;
+  if (what == "Ac") speed = reading({fan.input});
+  if (what == "Mn") speed = reading(fan.minimum);
+  if (what == "Mx") speed = reading(fan.maximum);
+  return speed ? std::optional(encodedReading(*speed, Quantity::fanSpeed)) : std::nullopt;
+}
+
+// The fans that are there, in their order, as many as there are keys for.
+std::vector<const FanSensors*> LinuxAppleSMC::turningFans() {
+  std::vector<SensorRef> inputs;
+  inputs.reserve(sensors_.fans.size());
+  for (const auto& fan : sensors_.fans) inputs.push_back(fan.input);
+  ensureRead(inputs);
+  std::vector<const FanSensors*> turning;
+  for (const auto& fan : sensors_.fans) {
+    const auto& device = *sensors_.devices[fan.input.device];
+    const bool there = fan.mayBeUnused ? device.everPositive(fan.input.sensor)
+                                       : device.reading(fan.input.sensor).has_value();
+    if (there && turning.size() < kMostFans) turning.push_back(&fan);
+  }
+  return turning;
+}
+
+// The sum of what the parts read; none when none of them ever answered.
+std::optional<double> LinuxAppleSMC::reading(const std::vector<SensorRef>& parts) {
+  ensureRead(parts);
+  std::optional<double> sum;
+  for (const auto& part : parts) {
+    const auto number = sensors_.devices[part.device]->reading(part.sensor);
+    if (number) sum = sum.value_or(0) + *number;
+  }
+  return sum;
+}
+
+}  // namespace
+
+std::unique_ptr<AppleSMC> makeLinuxAppleSMC(LinuxSMCOptions options) {
+  return std::make_unique<LinuxAppleSMC>(std::move(options));
+}
+
+}  // namespace tarvel
