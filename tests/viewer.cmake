@@ -4,3 +4,5 @@ target_compile_definitions(viewer_test PRIVATE
 add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools)
 
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
+
+tarvel_test(tools SOURCES tools_test.cc USES tarvel_tools tarvel_recorded)

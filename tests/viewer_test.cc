@@ -55,7 +55,9 @@ TEST_F(ViewerTest, EveryCommandExplainsItself) {
                               {"defaults"},
                               {"defaults", "read"},
                               {"defaults", "write"},
-                              {"doctor"}}) {
+                              {"doctor"},
+                              {"record"},
+                              {"export"}}) {
     auto words = command;
     words.emplace_back("--help");
     const auto ended = tarvel(words);
@@ -182,6 +184,25 @@ TEST_F(ViewerTest, TheWidgetPrintsOneLineInTheFormOfItsBar) {
   const auto runs = run("/usr/bin/timeout", {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--line"});
   EXPECT_EQ(runs.output, plain + "\n") << "one line while nothing changes";
   EXPECT_EQ(tarvel({"defaults", "read"}).output, kept) << "it writes nothing";
+}
+
+TEST_F(ViewerTest, ARecordOfThisMachineReplaysIntoItsReadings) {
+  const auto ended = tarvel({"record", file("this.json")});
+  ASSERT_EQ(ended.status, 0) << ended.errors;
+  const auto record = Json::parse(contentsOf(file("this.json")));
+  EXPECT_EQ(record["running"], Json({"com.Tarvel"}));
+  ASSERT_EQ(tarvel({"panels", "on", "cpu"}).status, 0);
+  replay(file("this.json"));
+  const auto rows = json({"show", "CPUAppUsage", "--json"})["CPUAppUsage"];
+  ASSERT_FALSE(rows.empty());
+  const std::string lines = record["commands"]["cpu"];
+  EXPECT_EQ(static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n')), rows.size());
+  const std::string name = rows[0]["name"];
+  const std::string load = rows[0]["cpu"];
+  EXPECT_TRUE(lines.starts_with("<pid>" + rows[0]["pid"].dump() + "</pid><name>" + name +
+                                "</name><cpu>" + load + "</cpu></item>\n"));
+  EXPECT_EQ(tarvel({"record", file("no/such/folder")}).status, 1);
+  EXPECT_EQ(tarvel({"record"}).status, 2);
 }
 
 TEST_F(ViewerTest, TheDoctorTellsStateAndStepOfEverySource) {

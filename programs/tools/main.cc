@@ -8,6 +8,7 @@
 #include "platform/host/standard_error_log.h"
 #include "platform/system_log.h"
 #include "programs/tools/findings.h"
+#include "programs/tools/record.h"
 #include "programs/viewer/commands.h"
 #include "programs/viewer/output.h"
 
@@ -36,6 +37,11 @@ int parseAndRun(int argc, char** argv) {
   bool json = false;
   auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers");
   doctor->add_flag("--json", json, "print JSON");
+  std::string file;
+  std::size_t cycles = 1;
+  auto* recording = app.add_subcommand("record", "Record this machine");
+  recording->add_option("FILE", file)->required();
+  recording->add_option("--cycles", cycles);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answered) {
@@ -43,7 +49,11 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return complain(viewer::kUsage, std::string("arguments: ") + error.what());
   }
-  return examine(json);
+  try {
+    return recording->parsed() ? tools::record(file, cycles) : examine(json);
+  } catch (const viewer::CommandError& error) {
+    return complain(error.status, error.what());
+  }
 }
 
 }  // namespace

@@ -34,6 +34,7 @@ struct Arguments {
   std::string file;
   bool json = false;
   bool isLine = false;
+  unsigned cycles = 1;
   bool raw = false;
 };
 
@@ -169,6 +170,18 @@ void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
+void addRecord(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* record = app.add_subcommand("record", "Record this machine for tarvel-replay");
+  record->add_option("FILE", arguments.file, "the recorded machine, a JSON file")->required();
+  record->add_option("--cycles", arguments.cycles, "collection cycles, three seconds each (1)")
+      ->check(CLI::Range(1U, 10000U));
+  record->callback([&] {
+    command = [&](DefaultsStore&) -> int {
+      becomeTools({"record", "--cycles", std::to_string(arguments.cycles), "--", arguments.file});
+    };
+  });
+}
+
 void addExport(CLI::App& app, Arguments& arguments, Command& command) {
   auto* exporting = app.add_subcommand("export", "Print the readings for Prometheus");
   auto* file = exporting->add_option("--textfile", arguments.exporting.textFile,
@@ -201,8 +214,8 @@ int parseAndRun(int argc, char** argv) {
   CLI::App app("Tarvel, a system monitor. Without a command: the live dashboard.", "tarvel");
   app.set_version_flag("--version", "tarvel 1.2.5");
   app.require_subcommand(0, 1);
-  for (const auto add :
-       {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor, addExport}) {
+  for (const auto add : {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor,
+                         addRecord, addExport}) {
     add(app, arguments, command);
   }
   try {

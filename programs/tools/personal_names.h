@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tarvel::tools {
+
+// What must not leave a machine in a record, with what stands in its place.
+class PersonalNames {
+ public:
+  using Replacements = std::vector<std::pair<std::string, std::string>>;
+
+  // Each is replaced where it stands as a word or path of its own.
+  explicit PersonalNames(Replacements replacements) : replacements_(std::move(replacements)) {}
+
+  // The host name becomes "host", people's names "user", their homes "/home/user".
+  static PersonalNames ofThisMachine();
+
+  // The text without these, and without IP and hardware addresses.
+  std::string removedFrom(std::string text) const;
+
+ private:
+  Replacements replacements_;
+};
+
+}  // namespace tarvel::tools

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "programs/viewer/property_list_json.h"
+
+namespace tarvel::tools {
+
+// Records this machine into the file, one cycle every three seconds. The first look is not kept:
+// energy counters and process times tell something from the second one on. While it lasts it runs
+// as the viewer "com.Tarvel", which the record says of the machine too. The exit status.
+int record(const std::string& file, std::size_t cycles);
+
+// One recorded machine of several looks: the first, and for each further one what has changed.
+viewer::Json recordOf(const std::vector<viewer::Json>& looks);
+
+}  // namespace tarvel::tools
