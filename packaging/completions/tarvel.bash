@@ -4,7 +4,7 @@ _tarvel() {
   local panels='cpu memory energy fans temperatures voltages powers currents'
   local readings='CPUAppUsage MEMAppUsage EnergyAppUsage FanSpeedValues TempValues VoltageValues PowerValues CurrentValues'
   case ${COMP_WORDS[1]} in
-    watch) words='--once --json --line --no-helper --help' ;;
+    watch) words='--once --json --line --format --no-helper --help' ;;
     panels) if [ "$COMP_CWORD" -eq 2 ]; then words='on off --json --help'; else words=$panels; fi ;;
     show) words="$readings --json --help" ;;
     flag) [ "$COMP_CWORD" -ne 2 ] || words=$readings ;;

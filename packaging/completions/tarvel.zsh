@@ -6,7 +6,7 @@ if (( CURRENT == 2 )); then
   return
 fi
 case $words[2] in
-  watch) _arguments '*:: :' '--once' '--json' '--line' '--no-helper' ;;
+  watch) _arguments '*:: :' '--once' '--json' '--line' '--format:format:(plain tmux waybar i3blocks)' '--no-helper' ;;
   panels) if (( CURRENT == 3 )); then _values action on off; else _values -s ' ' panel $panels; fi ;;
   show) _values reading $readings ;;
   flag) (( CURRENT == 3 )) && _values reading $readings ;;
