@@ -1,0 +1,1 @@
+tarvel_test(maintenance SOURCES maintenance_test.cc USES tarvel_linux)
