@@ -27,7 +27,7 @@ std::string whyEmpty(const PanelView& view, bool hasReading, const Choices& choi
   if (!hasReading && !helperRuns) return "the helper does not run";
   if (view.key == kEnergyAppUsageKey) return "no desktop application runs";
   if (view.isList) return "waiting for the first list";
-  return hasReading ? "all hidden: H shows them" : "no such sensor found: tarvel doctor tells more";
+  return hasReading ? "all hidden: H shows them" : "none found: see tarvel doctor";
 }
 
 }  // namespace
