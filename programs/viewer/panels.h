@@ -16,8 +16,7 @@ namespace tarvel::viewer {
 // "fans", "temperatures", "voltages", "powers", "currents"); none for any other name.
 std::optional<std::string_view> panelNamed(std::string_view name);
 
-// The short name of a panel of the store, and a title for people.
-std::string_view shortPanelName(std::string_view panel);
+// A panel of the store, titled for people.
 std::string_view panelTitle(std::string_view panel);
 
 // Whether an enabled entry names the panel.

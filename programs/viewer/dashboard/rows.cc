@@ -17,6 +17,12 @@ constexpr double kHotDegrees = 90;
 constexpr double kWarmShare = 0.7;
 constexpr double kHotShare = 0.9;
 
+// The column of a process list that it is ordered by.
+std::string_view mainColumn(std::string_view key) {
+  if (key == kCPUAppUsageKey) return "cpu";
+  return key == kMEMAppUsageKey ? "mem" : "power";
+}
+
 std::string trimmed(const std::string& text) {
   return text.substr(0, text.find_last_not_of(' ') + 1);
 }
@@ -178,11 +184,6 @@ std::vector<DisplayRow> displayRows(std::string_view key, const Reading& reading
     return comesBefore(a, b, choices.order);
   });
   return rows;
-}
-
-std::string_view mainColumn(std::string_view key) {
-  if (key == kCPUAppUsageKey) return "cpu";
-  return key == kMEMAppUsageKey ? "mem" : "power";
 }
 
 std::string textLike(const std::string& other, double number) {

@@ -12,9 +12,6 @@ namespace tarvel::viewer {
 std::vector<DisplayRow> displayRows(std::string_view key, const Reading& reading,
                                     const Choices& choices);
 
-// The column of a process list that it is ordered by.
-std::string_view mainColumn(std::string_view key);
-
 // The number in the form of another value of its kind: a percentage, bytes, with two
 // decimals where that has a unit, else with one.
 std::string textLike(const std::string& other, double number);
