@@ -1,9 +1,10 @@
 #include <array>
 
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
 #include "platform/running_applications.h"
 #include "platform/updater.h"
+#include "product/identifiers.h"
+#include "product/store_keys.h"
 
 namespace tarvel {
 namespace {

@@ -1,8 +1,9 @@
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
 #include "platform/keyed_archiver.h"
 #include "process/icon_cache.h"
 #include "process/process_usage.h"
+#include "product/identifiers.h"
+#include "product/store_keys.h"
 
 namespace tarvel {
 

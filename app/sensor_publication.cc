@@ -2,8 +2,8 @@
 #include <optional>
 
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
 #include "platform/keyed_archiver.h"
+#include "product/store_keys.h"
 
 namespace tarvel {
 namespace {

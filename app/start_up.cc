@@ -2,20 +2,21 @@
 #include <chrono>
 
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
 #include "platform/bundle.h"
 #include "platform/file_manager.h"
 #include "platform/running_applications.h"
 #include "platform/task.h"
-#include "platform/text.h"
 #include "platform/updater.h"
+#include "product/identifiers.h"
+#include "product/store_keys.h"
+#include "product/version.h"
+#include "text/conversions.h"
 
 namespace tarvel {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view kVersion = "1.2.5";
 constexpr auto kUpdateCheckInterval = 14400s;
 constexpr auto kFirstUpdateCheckDelay = 60s;
 constexpr auto kCyclePeriod = 3s;
@@ -45,8 +46,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   armUpdater();
   SharedDefaults = platform.userDefaults.initWithSuiteName(kSuiteName);
   SharedDefaults->setValue(kVersion, kTarvelHelperVersionKey);
-  platform.tasks.launch("/bin/launchctl",
-                        {"load", "/Library/LaunchAgents/com.Tarvel.Helper.plist"});
+  platform.tasks.launch("/bin/launchctl", {"load", "/Library/LaunchAgents/" +
+                                                       std::string(kHelperIdentifier) + ".plist"});
   platform.runLoop.scheduledTimer(kCyclePeriod, [this] { getDataThread(); }).fire();
 }
 

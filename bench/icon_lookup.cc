@@ -9,9 +9,10 @@
 #include <png.h>
 #include <unistd.h>
 
-#include "platform/host/files.h"
+#include "platform/host/files/files.h"
 #include "platform/linux/desktop/linux_workspace.h"
 #include "process/icon_cache.h"
+#include "product/identifiers.h"
 
 // icon_lookup TARVEL-ICON: what the icon of a process costs, in microseconds: warm, when its file
 // is there, as the mean of many; cold, drawn by TARVEL-ICON and written, for each format of icon
@@ -24,8 +25,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kWarmLookups = 20000;
 constexpr int kColdLookups = 20;
-constexpr const char* kGroup = "QX8JD3LW6H.com.Tarvel";
-constexpr const char* kFolder = "/Library/Caches/Icons/";
 
 double microseconds(Clock::duration time) {
   return std::chrono::duration<double, std::micro>(time).count();
@@ -67,8 +66,8 @@ double coldLookup(const std::filesystem::path& home, const std::string& icon,
   for (int i = 0; i < kColdLookups; ++i) {
     const auto workspace = makeLinuxWorkspace(
         {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
-    const IconCache cache(*workspace, *files, kGroup, kFolder);
-    files->removeItemAtPath((home / "data" / kGroup).string() + kFolder);
+    const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
+    files->removeItemAtPath((home / "data" / kSuiteName).string() + std::string(kIconDirectory));
     const auto start = Clock::now();
     cache.iconValue(getpid(), "icon_lookup  ");
     sum += Clock::now() - start;
@@ -80,7 +79,7 @@ double warmLookup(const char* iconProgram) {
   const auto files = makeFileManager();
   const auto workspace = makeLinuxWorkspace(
       {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
-  const IconCache cache(*workspace, *files, kGroup, kFolder);
+  const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
   cache.iconValue(getpid(), "icon_lookup  ");
   const auto start = Clock::now();
   for (int i = 0; i < kWarmLookups; ++i) cache.iconValue(getpid(), "icon_lookup  ");

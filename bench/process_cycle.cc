@@ -26,9 +26,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/host/defaults_store.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
 #include "platform/linux/processes/process_table.h"
 #include "process/process_usage.h"
 

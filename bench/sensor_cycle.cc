@@ -15,7 +15,7 @@
 #include <sys/resource.h>
 
 #include "platform/ata_smart.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"

@@ -51,4 +51,8 @@ struct PropertyList {
 
 inline bool operator==(const PropertyList& a, const PropertyList& b) { return a.value == b.value; }
 
+// The conversion of a stored object: booleans and numbers are true when not zero, texts as the text
+// conversion has it; data, arrays and dictionaries are false.
+bool boolValue(const PropertyList& object);
+
 }  // namespace tarvel

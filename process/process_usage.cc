@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/task.h"
-#include "platform/text.h"
-#include "platform/utf8.h"
+#include "text/conversions.h"
+#include "text/utf8.h"
 
 namespace tarvel {
 namespace {

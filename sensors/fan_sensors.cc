@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "platform/text.h"
 #include "sensors/fan_names.h"
 #include "sensors/sort.h"
 #include "smc/smc_wrapper.h"
+#include "text/conversions.h"
 
 namespace tarvel {
 namespace {

@@ -1,9 +1,9 @@
 #include "sensors/temp_sensors.h"
 
-#include "platform/text.h"
 #include "sensors/sort.h"
 #include "sensors/temperature_keys.h"
 #include "smc/smc_wrapper.h"
+#include "text/conversions.h"
 
 namespace tarvel {
 namespace {

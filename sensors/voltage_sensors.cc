@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "platform/text.h"
 #include "sensors/electrical_keys.h"
 #include "sensors/sort.h"
-#include "smc/decimal_text.h"
 #include "smc/smc_wrapper.h"
+#include "text/conversions.h"
+#include "text/decimal_text.h"
 
 namespace tarvel {
 namespace {

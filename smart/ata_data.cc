@@ -4,7 +4,7 @@
 #include <numeric>
 #include <string_view>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tarvel {
 namespace {

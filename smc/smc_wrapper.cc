@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "platform/system_log.h"
-#include "platform/text.h"
 #include "smc/key_codes.h"
+#include "text/conversions.h"
 
 namespace tarvel {
 namespace {

@@ -5,8 +5,8 @@
 #include <bit>
 #include <charconv>
 
-#include "smc/decimal_text.h"
 #include "smc/key_codes.h"
+#include "text/decimal_text.h"
 
 namespace tarvel {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/host/keyed_archive.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "tests/property_list_bytes.h"
 #include "tests/temporary_home.h"
 

@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include "app/store_keys.h"
-#include "programs/viewer/dashboard/history.h"
-#include "programs/viewer/dashboard/layout.h"
-#include "programs/viewer/dashboard/rows.h"
-#include "programs/viewer/dashboard/sparkline.h"
+#include "product/store_keys.h"
+#include "programs/dashboard/layout.h"
+#include "programs/dashboard/sparkline.h"
+#include "viewer/display_rows.h"
+#include "viewer/history.h"
 
 namespace tarvel::viewer {
 namespace {

@@ -8,9 +8,9 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include "platform/host/file_descriptor.h"
-#include "programs/viewer/metrics.h"
-#include "programs/viewer/metrics_server.h"
+#include "platform/host/files/file_descriptor.h"
+#include "programs/tarvel/metrics.h"
+#include "programs/tarvel/metrics_server.h"
 #include "tests/viewer_fixture.h"
 
 namespace tarvel {

@@ -1,4 +1,4 @@
-#include "platform/host/files.h"
+#include "platform/host/files/files.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/host/file_descriptor.h"
-#include "platform/host/group_container.h"
+#include "platform/host/container/group_container.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/host/standard_error_log.h"
 #include "tests/temporary_home.h"
 

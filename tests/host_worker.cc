@@ -16,10 +16,10 @@
 
 #include <sys/resource.h>
 
-#include "platform/host/application_registry.h"
-#include "platform/host/defaults_store.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/presence/application_registry.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
 
 namespace tarvel {
 namespace {

@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/linux/sensors/file_sensors.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"

@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "platform/bundle.h"
-#include "platform/host/update_state.h"
+#include "platform/host/container/update_state.h"
 #include "platform/linux/linux_authorization.h"
 #include "platform/linux/linux_run_loop.h"
 #include "platform/linux/linux_updaters.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/host/property_list_format.h"
+#include "platform/host/property_lists/property_list_format.h"
 #include "tests/property_list_bytes.h"
 
 using namespace std::string_literals;

@@ -2,7 +2,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include "platform/host/application_registry.h"
+#include "platform/host/presence/application_registry.h"
 #include "tests/temporary_home.h"
 #include "tests/worker_process.h"
 

@@ -13,13 +13,13 @@
 #include <nlohmann/json.hpp>
 
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
-#include "platform/host/defaults_store.h"
-#include "platform/host/group_container.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/container/group_container.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
 #include "platform/recorded/machine.h"
 #include "platform/recorded/recorded_platform.h"
+#include "product/identifiers.h"
 
 namespace tarvel {
 

@@ -1,3 +1,4 @@
+#include "product/store_keys.h"
 #include "tests/replay_fixture.h"
 
 namespace tarvel {

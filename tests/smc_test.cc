@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include "smc/decimal_text.h"
 #include "smc/key_codes.h"
 #include "smc/smc_wrapper.h"
 #include "tests/fake_smc.h"
 #include "tests/temporary_home.h"
+#include "text/decimal_text.h"
 
 namespace tarvel {
 namespace {

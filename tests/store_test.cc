@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include "platform/host/defaults_store.h"
+#include "platform/host/store/defaults_store.h"
 #include "tests/temporary_home.h"
 #include "tests/worker_process.h"
 

@@ -1,9 +1,10 @@
-#include "platform/text.h"
-
 #include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "platform/property_list.h"
+#include "text/conversions.h"
 
 namespace tarvel {
 namespace {

@@ -10,8 +10,8 @@
 #include <sodium.h>
 #include <unistd.h>
 
-#include "platform/host/child_process.h"
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
+#include "platform/host/processes/child_process.h"
 #include "programs/update/download.h"
 #include "programs/update/version.h"
 #include "tests/temporary_home.h"

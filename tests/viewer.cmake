@@ -1,4 +1,4 @@
-tarvel_test(viewer SOURCES export_test.cc viewer_test.cc USES tarvel_viewer)
+tarvel_test(viewer SOURCES export_test.cc viewer_test.cc USES tarvel_commands)
 target_compile_definitions(viewer_test PRIVATE
   TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>")
 add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools)

@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-#include "platform/host/printable_text.h"
+#include "text/printable_text.h"
 
 namespace tarvel {
 namespace {

@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "platform/bundle.h"
-#include "platform/host/child_process.h"
+#include "platform/host/processes/child_process.h"
 #include "platform/linux/bundle_folder.h"
 #include "platform/linux/detached_thread.h"
 #include "platform/system_log.h"

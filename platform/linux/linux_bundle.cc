@@ -3,12 +3,14 @@
 #include <filesystem>
 #include <system_error>
 
+#include "product/identifiers.h"
+
 namespace tarvel {
 namespace {
 
 class LinuxBundle : public Bundle {
  public:
-  std::string bundleIdentifier() override { return "com.Tarvel.Helper"; }
+  std::string bundleIdentifier() override { return std::string(kHelperIdentifier); }
   std::string bundlePath() override { return programFolder(); }
 };
 

@@ -18,7 +18,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/linux/detached_thread.h"
 
 namespace tarvel {

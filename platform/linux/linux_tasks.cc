@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/host/child_process.h"
+#include "platform/host/processes/child_process.h"
 #include "platform/linux/detached_thread.h"
 
 namespace tarvel {

@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-#include "platform/host/child_process.h"
-#include "platform/host/update_state.h"
+#include "platform/host/container/update_state.h"
+#include "platform/host/processes/child_process.h"
 #include "platform/linux/bundle_folder.h"
 #include "platform/linux/detached_thread.h"
 #include "platform/run_loop.h"

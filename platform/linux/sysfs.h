@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 
 // Reading what the kernel shows in sysfs. Callable from any thread; a driver may make a reading
 // wait for as long as it likes.

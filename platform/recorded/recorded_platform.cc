@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "platform/host/defaults_store.h"
-#include "platform/host/files.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/files/files.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
 #include "platform/recorded/recorded_disks.h"
 #include "platform/recorded/recorded_run_loop.h"
 #include "platform/recorded/recorded_services.h"

@@ -3,10 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "product/identifiers.h"
+
 namespace tarvel::recorded {
 namespace {
 
-constexpr std::string_view kHelperIdentifier = "com.Tarvel.Helper";
 constexpr std::string_view kOwnInstance = "replay";
 
 class RecordedBundle : public Bundle {

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "product/identifiers.h"
+
 namespace tarvel::recorded {
 namespace {
 
@@ -28,7 +30,7 @@ class TracedFiles : public FileManager {
   std::optional<std::string> containerURLForSecurityApplicationGroupIdentifier(
       std::string_view group) override {
     auto container = files.containerURLForSecurityApplicationGroupIdentifier(group);
-    if (container) iconDirectory = *container + "/Library/Caches/Icons/";
+    if (container) iconDirectory = *container + std::string(kIconDirectory);
     return container;
   }
 

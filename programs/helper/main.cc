@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 #include "app/app_delegate.h"
-#include "app/store_keys.h"
-#include "platform/host/application_registry.h"
-#include "platform/host/defaults_store.h"
-#include "platform/host/files.h"
-#include "platform/host/keyed_archive.h"
+#include "platform/host/files/files.h"
+#include "platform/host/presence/application_registry.h"
+#include "platform/host/property_lists/keyed_archive.h"
 #include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
 #include "platform/linux/desktop/linux_workspace.h"
 #include "platform/linux/disks/linux_ata_smart.h"
 #include "platform/linux/linux_authorization.h"
@@ -23,6 +22,7 @@
 #include "platform/linux/processes/process_table.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "process/process_usage.h"
+#include "product/identifiers.h"
 
 // The helper on a Linux machine: composition only. Arguments are ignored.
 

@@ -10,6 +10,7 @@
 #include "app/app_delegate.h"
 #include "platform/recorded/machine.h"
 #include "platform/recorded/recorded_platform.h"
+#include "product/version.h"
 
 // Runs the helper over a recorded machine, on a virtual clock, into the real store and icon
 // directory.
@@ -56,7 +57,7 @@ int parseAndReplay(int argc, char** argv) {
   app.add_option("--trace", options.traceFile,
                  "write every call to this file, a JSON object a line");
   app.add_flag("--abandon", options.abandon, "leave without terminating the helper");
-  app.set_version_flag("--version", "tarvel-replay 1.2.5");
+  app.set_version_flag("--version", "tarvel-replay " + std::string(tarvel::kVersion));
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answered) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/ata_smart.h"
-#include "programs/viewer/property_list_json.h"
+#include "programs/tarvel/property_list_json.h"
 
 namespace tarvel::tools {
 

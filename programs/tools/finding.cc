@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/host/printable_text.h"
+#include "text/printable_text.h"
 
 namespace tarvel::tools {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "programs/viewer/property_list_json.h"
+#include "programs/tarvel/property_list_json.h"
 
 // What the doctor found at one place, and what would help there.
 

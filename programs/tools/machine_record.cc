@@ -6,16 +6,16 @@
 #include <string>
 #include <string_view>
 
-#include "app/store_keys.h"
 #include "platform/apple_smc.h"
 #include "platform/running_applications.h"
-#include "platform/text.h"
 #include "platform/workspace.h"
 #include "process/process_usage.h"
+#include "product/identifiers.h"
 #include "programs/tools/disk_record.h"
 #include "sensors/electrical_keys.h"
 #include "sensors/temperature_keys.h"
 #include "smc/smc_wrapper.h"
+#include "text/conversions.h"
 
 namespace tarvel::tools {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "programs/tarvel/property_list_json.h"
 #include "programs/tools/personal_names.h"
-#include "programs/viewer/property_list_json.h"
 
 namespace tarvel {
 class AppleSMC;

@@ -7,10 +7,10 @@
 
 #include "platform/host/standard_error_log.h"
 #include "platform/system_log.h"
+#include "programs/tarvel/commands.h"
+#include "programs/tarvel/output.h"
 #include "programs/tools/findings.h"
 #include "programs/tools/record.h"
-#include "programs/viewer/commands.h"
-#include "programs/viewer/output.h"
 
 // `tarvel-tools`: the commands of tarvel that need the real machine. `tarvel` runs it, so that it
 // needs nothing of this itself.

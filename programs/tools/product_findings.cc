@@ -7,14 +7,15 @@
 
 #include <unistd.h>
 
-#include "app/store_keys.h"
-#include "platform/host/application_registry.h"
-#include "platform/host/defaults_database.h"
-#include "platform/host/group_container.h"
-#include "platform/host/property_list_format.h"
-#include "platform/host/update_state.h"
+#include "platform/host/container/group_container.h"
+#include "platform/host/container/update_state.h"
+#include "platform/host/presence/application_registry.h"
+#include "platform/host/property_lists/property_list_format.h"
+#include "platform/host/store/defaults_database.h"
 #include "platform/linux/bundle_folder.h"
 #include "platform/linux/linux_bundle.h"
+#include "product/identifiers.h"
+#include "product/store_keys.h"
 #include "programs/tools/findings.h"
 
 namespace tarvel::tools {

@@ -6,8 +6,7 @@
 
 #include <unistd.h>
 
-#include "app/store_keys.h"
-#include "platform/host/application_registry.h"
+#include "platform/host/presence/application_registry.h"
 #include "platform/host/standard_error_log.h"
 #include "platform/linux/desktop/linux_workspace.h"
 #include "platform/linux/disks/linux_ata_smart.h"
@@ -16,10 +15,11 @@
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "platform/system_log.h"
 #include "process/process_usage.h"
+#include "product/identifiers.h"
+#include "programs/tarvel/commands.h"
+#include "programs/tarvel/output.h"
+#include "programs/tarvel/replace_file.h"
 #include "programs/tools/machine_record.h"
-#include "programs/viewer/commands.h"
-#include "programs/viewer/output.h"
-#include "programs/viewer/replace_file.h"
 
 namespace tarvel::tools {
 namespace {

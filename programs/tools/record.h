@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "programs/viewer/property_list_json.h"
+#include "programs/tarvel/property_list_json.h"
 
 namespace tarvel::tools {
 

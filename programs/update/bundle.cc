@@ -10,7 +10,8 @@
 #include <pugixml.hpp>
 #include <unistd.h>
 
-#include "platform/host/child_process.h"
+#include "platform/host/processes/child_process.h"
+#include "product/identifiers.h"
 #include "programs/update/update_error.h"
 
 namespace tarvel::update {
@@ -18,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kIdentifier = "com.Tarvel.Helper";
 constexpr const char* kBundleName = "TarvelHelper.app";
 
 std::string valueOf(const pugi::xml_node& dictionary, const char* name) {
@@ -77,8 +77,8 @@ BundleInfo readBundle(const std::string& path) {
   const auto file = fs::path(path) / "Info.plist";
   if (!document.load_file(file.c_str())) throw UpdateError(path + ": no bundle");
   const auto dictionary = document.child("plist").child("dict");
-  if (valueOf(dictionary, "CFBundleIdentifier") != kIdentifier) {
-    throw UpdateError(path + ": no bundle of " + kIdentifier);
+  if (valueOf(dictionary, "CFBundleIdentifier") != kHelperIdentifier) {
+    throw UpdateError(path + ": no bundle of " + std::string(kHelperIdentifier));
   }
   return {valueOf(dictionary, "CFBundleVersion"), valueOf(dictionary, "SUFeedURL"),
           valueOf(dictionary, "SUPublicEDKey")};

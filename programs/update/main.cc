@@ -7,9 +7,9 @@
 
 #include <unistd.h>
 
-#include "platform/host/child_process.h"
+#include "platform/host/container/update_state.h"
+#include "platform/host/processes/child_process.h"
 #include "platform/host/standard_error_log.h"
-#include "platform/host/update_state.h"
 #include "programs/update/bundle.h"
 #include "programs/update/download.h"
 #include "programs/update/feed.h"

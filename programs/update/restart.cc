@@ -5,15 +5,15 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/host/application_registry.h"
-#include "platform/host/child_process.h"
+#include "platform/host/presence/application_registry.h"
+#include "platform/host/processes/child_process.h"
+#include "product/identifiers.h"
 
 namespace tarvel::update {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kHelperIdentifier = "com.Tarvel.Helper";
 constexpr const char* kService = "tarvel-helper.service";
 
 void endRunningHelpers() {

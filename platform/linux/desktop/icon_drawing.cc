@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/host/child_process.h"
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
+#include "platform/host/processes/child_process.h"
 
 namespace tarvel {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/linux/disks/ata_disks.h"
 #include "platform/linux/disks/disk_reading.h"
 #include "platform/linux/disks/linux_ata_smart.h"

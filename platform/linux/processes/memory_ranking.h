@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/linux/processes/process_ranking.h"
 #include "platform/linux/processes/process_sweep.h"
 

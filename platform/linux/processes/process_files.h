@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 
 // The files of /proc, read with as few system calls as there can be. For one thread at a time.
 

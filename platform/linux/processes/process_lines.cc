@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/host/printable_text.h"
+#include "text/printable_text.h"
 
 namespace tarvel {
 namespace {

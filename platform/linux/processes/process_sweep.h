@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/linux/processes/process_files.h"
 
 // One look at every process, and what each has done since the look before.

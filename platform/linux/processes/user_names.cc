@@ -7,7 +7,7 @@
 
 #include <pwd.h>
 
-#include "platform/host/printable_text.h"
+#include "text/printable_text.h"
 
 namespace tarvel {
 namespace {

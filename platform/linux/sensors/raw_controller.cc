@@ -9,7 +9,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "platform/host/file_descriptor.h"
+#include "platform/host/files/file_descriptor.h"
 #include "platform/host/smc_record.h"
 #include "platform/linux/sysfs.h"
 

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "platform/host/files/file_descriptor.h"
+#include "platform/running_applications.h"
+
+// Which applications of the product run for this user: one file for each running instance, named
+// "<bundle identifier>@<anything unique>", in $XDG_RUNTIME_DIR/com.Tarvel/apps. An instance runs
+// for as long as its file is locked exclusively by flock(2), so a killed one is gone at once and a
+// process id that was given anew deceives nobody. Any program may announce itself so; its file may
+// be empty, ours hold the process id as text and have the sticky bit, which keeps the periodic
+// clean-up of such folders away. Whoever finds a file that is not locked and is older than a minute
+// removes it (others may make the file first and lock it then).
+//
+// Without XDG_RUNTIME_DIR it is /run/user/<uid>, else /tmp/com.Tarvel-<uid> in the place of
+// $XDG_RUNTIME_DIR/com.Tarvel. Folders must be the user's and writable by nobody else, that in /tmp
+// closed to all others; where they are not, there is no registry and only oneself runs.
+//
+// To run once only: register first, look afterwards. Two that start at the same time may then both
+// see each other, never neither. Callable from any thread.
+
+namespace tarvel {
+
+class SystemLog;
+
+class ApplicationRegistry {
+ public:
+  // Registers the calling process under the identifier until the object ends; an empty identifier
+  // only looks.
+  explicit ApplicationRegistry(std::string_view identifier = {});
+  ~ApplicationRegistry();
+  ApplicationRegistry(const ApplicationRegistry&) = delete;
+  ApplicationRegistry& operator=(const ApplicationRegistry&) = delete;
+
+  // The running instances in the order of their start, oneself included. Five system calls where
+  // nobody runs, and three more for each instance.
+  std::vector<RunningApplication> running(std::string_view identifier) const;
+
+  // Where the files lie; empty where there is no registry.
+  const std::string& folder() const { return folder_; }
+
+ private:
+  void announce();
+
+  std::string identifier_;
+  uid_t user_;
+  std::string folder_;   // empty: no registry
+  std::string file_;     // our file's name; empty: not registered
+  FileDescriptor lock_;  // held open, and so locked, for the life of the object
+};
+
+// Activating an instance is a line in the log: the applications that run beside the caller have no
+// windows that could come to the front.
+std::unique_ptr<RunningApplications> makeRunningApplications(const ApplicationRegistry& registry,
+                                                             SystemLog& log);
+
+}  // namespace tarvel

@@ -1,0 +1,188 @@
+#include "platform/host/store/defaults_store.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "platform/host/container/group_container.h"
+#include "platform/host/files/file_descriptor.h"
+#include "platform/host/property_lists/property_list_format.h"
+#include "platform/host/store/defaults_database.h"
+#include "platform/system_log.h"
+
+namespace tarvel {
+namespace {
+
+// The folder's lock, had within two seconds or not at all.
+FileDescriptor lockedFolder(const std::string& path) {
+  FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  constexpr int kTries = 200;
+  for (int i = 0; folder && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0; ++i) {
+    if (i == kTries) folder.reset();
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return folder;
+}
+
+std::string timeNow() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  ::gmtime_r(&now, &utc);
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &utc);
+  return text.data();
+}
+
+std::optional<PropertyList> decoded(const std::optional<Data>& blob) {
+  return blob ? decode(*blob) : std::nullopt;
+}
+
+}  // namespace
+
+DefaultsStore::DefaultsStore(std::string_view suite, SystemLog& log) : suite_(suite), log_(log) {}
+
+DefaultsStore::~DefaultsStore() = default;
+
+std::optional<PropertyList> DefaultsStore::get(std::string_view key) {
+  std::optional<Data> blob;
+  perform([&](DefaultsDatabase& database) { return database.read(key, blob); });
+  return decoded(blob);
+}
+
+Dictionary DefaultsStore::dictionaryRepresentation() {
+  Dictionary all;
+  perform([&](DefaultsDatabase& database) {
+    all.clear();
+    return database.readAll([&](std::string key, const Data& blob) {
+      if (auto value = decode(blob)) all.emplace(std::move(key), *std::move(value));
+    });
+  });
+  return all;
+}
+
+bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
+  const Data blob = encode(value);
+  if (blob.empty()) return false;
+  return perform([&](DefaultsDatabase& database) {
+    const auto status = database.write(key, blob);
+    if (status == DatabaseStatus::failed) report("a value cannot be written");
+    return status;
+  });
+}
+
+bool DefaultsStore::remove(std::string_view key) {
+  bool wasThere = false;
+  perform([&](DefaultsDatabase& database) { return database.remove(key, wasThere); });
+  return wasThere;
+}
+
+bool DefaultsStore::change(std::string_view key, const Edit& edit) {
+  bool stored = false;
+  perform([&](DefaultsDatabase& database) {
+    stored = false;
+    auto status = database.begin();
+    if (status != DatabaseStatus::done) return status;
+    std::optional<Data> blob;
+    status = database.read(key, blob);
+    if (status == DatabaseStatus::done) {
+      const auto value = edit(decoded(blob));
+      const Data fresh = value ? encode(*value) : Data();
+      stored = !fresh.empty();
+      if (stored) status = database.write(key, fresh);
+    }
+    const bool commit = stored && status == DatabaseStatus::done;
+    const auto ended = database.end(commit);
+    stored = commit && ended == DatabaseStatus::done;
+    return status == DatabaseStatus::done ? ended : status;
+  });
+  return stored;
+}
+
+DefaultsStore::ChangeToken DefaultsStore::changeToken() {
+  ChangeToken token;
+  perform([&](DefaultsDatabase& database) {
+    token = {opened_, database.ownChanges(), database.othersVersion()};
+    return DatabaseStatus::done;
+  });
+  return token;
+}
+
+// Runs the operation on the open database; once more on a new one when that was damaged.
+template <typename Operation>
+bool DefaultsStore::perform(Operation operation) {
+  const std::lock_guard lock(mutex_);
+  if (!ready()) return false;
+  auto status = operation(*database_);
+  if (status == DatabaseStatus::damaged) {
+    repair();
+    if (!ready()) return false;
+    status = operation(*database_);
+  }
+  return status == DatabaseStatus::done;
+}
+
+bool DefaultsStore::ready() {
+  if (database_ && database_->hasMoved()) database_.reset();
+  if (!database_ && !open()) return false;
+  return !database_->isNewer();
+}
+
+bool DefaultsStore::open() {
+  const auto container = groupContainer(suite_);
+  auto status = DatabaseStatus::failed;
+  if (container) {
+    path_ = *container + "/Library/Preferences/" + suite_ + ".sqlite";
+    database_ = DefaultsDatabase::open(path_, status);
+  }
+  if (status == DatabaseStatus::damaged) {
+    repair();
+    database_ = DefaultsDatabase::open(path_, status);
+  }
+  if (!database_) {
+    report("it cannot be opened");
+    return false;
+  }
+  ++opened_;
+  reported_.clear();
+  if (database_->isNewer()) report("it was made by a newer version and is left alone");
+  return true;
+}
+
+// Processes that find the file damaged take turns, so that none sets the next one's new file aside.
+void DefaultsStore::repair() {
+  database_.reset();
+  const FileDescriptor turn = lockedFolder(path_.substr(0, path_.rfind('/')));
+  if (!turn) return;
+  auto status = DatabaseStatus::failed;
+  auto again = DefaultsDatabase::open(path_, status);
+  if (again && !again->isNewer() && !again->isSound()) status = DatabaseStatus::damaged;
+  again.reset();
+  if (status == DatabaseStatus::damaged) setAside();
+}
+
+void DefaultsStore::setAside() {
+  const std::string base = path_ + ".damaged-" + timeNow();
+  std::string aside = base;
+  for (int i = 2; ::access(aside.c_str(), F_OK) == 0; ++i) aside = base + "-" + std::to_string(i);
+  for (const auto* const suffix : {"-wal", "-shm", ""}) {
+    std::rename((path_ + suffix).c_str(), (aside + suffix).c_str());
+  }
+  report("it was damaged; kept as " + aside);
+}
+
+void DefaultsStore::report(std::string_view what) {
+  std::string line = "store " + suite_ + ": ";
+  line.append(what);
+  if (line == reported_) return;
+  log_.NSLog(line);
+  reported_ = std::move(line);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,92 @@
+#include "programs/dashboard/layout.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace tarvel::viewer {
+namespace {
+
+constexpr int kFrame = 2;       // rows above and below the contents
+constexpr int kLeast = 5;       // rows of the smallest panel
+constexpr int kListShare = 56;  // percent of the width that lists get beside sensors
+constexpr int kWide = 150;      // columns from which lists stand side by side
+
+// The panels of a column that fit, the focused one among them where it is one of them.
+std::vector<std::size_t> fitting(std::vector<std::size_t> column, std::size_t focused, int height) {
+  const auto most = static_cast<std::size_t>(std::max(height / kLeast, 1));
+  if (column.size() <= most) return column;
+  const auto place = std::find(column.begin(), column.end(), focused);
+  const auto index = place != column.end() ? static_cast<std::size_t>(place - column.begin()) : 0;
+  const std::size_t first = index < most ? 0 : index - most + 1;
+  return {column.begin() + static_cast<std::ptrdiff_t>(first),
+          column.begin() + static_cast<std::ptrdiff_t>(first + most)};
+}
+
+// Heights that add up to the column's: what each wants where that fits, the rest to the lists;
+// where it does not fit, the largest are cut first.
+std::vector<int> shareOut(const std::vector<PanelSize>& panels,
+                          const std::vector<std::size_t>& column, int height) {
+  std::vector<int> heights;
+  for (const auto panel : column) {
+    heights.push_back(std::max(panels[panel].rows + kFrame, kLeast));
+  }
+  int rest = height - std::accumulate(heights.begin(), heights.end(), 0);
+  for (; rest < 0; ++rest) --*std::max_element(heights.begin(), heights.end());
+  std::vector<std::size_t> growing;
+  for (std::size_t i = 0; i < column.size(); ++i) {
+    if (panels[column[i]].isList) growing.push_back(i);
+  }
+  if (growing.empty()) growing.push_back(column.size() - 1);
+  for (std::size_t i = 0; rest > 0; --rest, ++i) ++heights[growing[i % growing.size()]];
+  return heights;
+}
+
+void placeColumn(const std::vector<PanelSize>& panels, std::vector<std::size_t> column,
+                 std::size_t focused, Box area, std::vector<PlacedPanel>& placed) {
+  column = fitting(std::move(column), focused, area.height);
+  if (column.empty()) return;
+  const auto heights = shareOut(panels, column, area.height);
+  int top = area.top;
+  for (std::size_t i = 0; i < column.size(); ++i) {
+    placed.push_back({column[i], {top, area.left, heights[i], area.width}});
+    top += heights[i];
+  }
+}
+
+// The panels of one kind over as many columns as the area has room for.
+void placeKind(const std::vector<PanelSize>& panels, const std::vector<std::size_t>& kind,
+               std::size_t focused, Box area, std::vector<PlacedPanel>& placed) {
+  const auto columns = std::min<std::size_t>(area.width >= kWide ? 2 : 1, kind.size());
+  int left = area.left;
+  for (std::size_t c = 0; c < columns; ++c) {
+    const std::vector<std::size_t> column(
+        kind.begin() + static_cast<std::ptrdiff_t>(c * kind.size() / columns),
+        kind.begin() + static_cast<std::ptrdiff_t>((c + 1) * kind.size() / columns));
+    const int right = area.left + area.width * static_cast<int>(c + 1) / static_cast<int>(columns);
+    placeColumn(panels, column, focused, {area.top, left, area.height, right - left}, placed);
+    left = right;
+  }
+}
+
+}  // namespace
+
+std::vector<PlacedPanel> layOut(const std::vector<PanelSize>& panels, std::size_t focused,
+                                Box area) {
+  std::vector<std::size_t> lists;
+  std::vector<std::size_t> sensors;
+  for (std::size_t i = 0; i < panels.size(); ++i) (panels[i].isList ? lists : sensors).push_back(i);
+  std::vector<PlacedPanel> placed;
+  if (area.height <= 0 || area.width <= 0) return placed;
+  const bool both = !lists.empty() && !sensors.empty();
+  const int listWidth = both ? area.width * kListShare / 100 : (lists.empty() ? 0 : area.width);
+  if (!lists.empty()) {
+    placeKind(panels, lists, focused, {area.top, area.left, area.height, listWidth}, placed);
+  }
+  if (!sensors.empty()) {
+    const Box right = {area.top, area.left + listWidth, area.height, area.width - listWidth};
+    placeKind(panels, sensors, focused, right, placed);
+  }
+  return placed;
+}
+
+}  // namespace tarvel::viewer

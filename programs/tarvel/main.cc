@@ -1,0 +1,240 @@
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "platform/host/standard_error_log.h"
+#include "platform/host/store/defaults_store.h"
+#include "product/identifiers.h"
+#include "product/version.h"
+#include "programs/tarvel/commands.h"
+#include "programs/tarvel/export.h"
+#include "programs/tarvel/tools_process.h"
+#include "programs/tarvel/watch.h"
+#include "programs/tarvel/widget.h"
+
+// `tarvel`: the command line of the viewers.
+
+namespace {
+
+using namespace tarvel;
+using namespace tarvel::viewer;
+
+// Everything that can stand on the command line.
+struct Arguments {
+  WatchOptions watch;
+  ExportOptions exporting;
+  std::vector<std::string> names;
+  std::string key;
+  std::string sensor;
+  std::string text;
+  std::string file;
+  bool json = false;
+  bool isLine = false;
+  unsigned cycles = 1;
+  bool raw = false;
+};
+
+using Words = std::vector<std::string>;
+using Command = std::function<int(DefaultsStore&)>;
+
+void addWatch(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* watchCommand = app.add_subcommand("watch", "Show the live dashboard");
+  watchCommand->add_flag("--once", arguments.watch.once, "print the readings once and exit");
+  auto* json =
+      watchCommand->add_flag("--json", arguments.watch.json, "print JSON, a line for every change");
+  watchCommand->add_flag("--no-helper", arguments.watch.noHelper, "start no helper");
+  auto* line = watchCommand->add_flag("--line", arguments.isLine, "print a line for a status bar");
+  line->excludes(json);
+  watchCommand
+      ->add_option("--format", arguments.text, "the line's: plain, tmux, waybar or i3blocks")
+      ->default_str("plain")
+      ->needs(line);
+  watchCommand->callback([&] {
+    command = [&](DefaultsStore& store) {
+      if (!arguments.isLine) return watch(store, arguments.watch);
+      const auto& format = arguments.text;
+      return showLines(store, format.empty() ? "plain" : format, arguments.watch.once);
+    };
+  });
+}
+
+void addPanels(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* panels = app.add_subcommand("panels", "Print the panels, or switch them on and off");
+  panels->add_flag("--json", arguments.json, "print JSON");
+  panels->callback([&, panels] {
+    if (!panels->get_subcommands().empty()) return;
+    command = [&](DefaultsStore& store) { return printPanels(store, arguments.json); };
+  });
+  for (const bool enabled : {true, false}) {
+    auto* change = panels->add_subcommand(enabled ? "on" : "off",
+                                          enabled ? "Switch panels on" : "Switch panels off");
+    change
+        ->add_option("NAME", arguments.names,
+                     "cpu, memory, energy, fans, temperatures, voltages, powers, currents")
+        ->required();
+    change->callback([&, enabled] {
+      command = [&, enabled](DefaultsStore& store) {
+        return switchPanels(store, arguments.names, enabled);
+      };
+    });
+  }
+}
+
+void addShow(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* show = app.add_subcommand("show", "Print the readings in the store");
+  show->add_option("KEY", arguments.names, "only these readings");
+  show->add_flag("--json", arguments.json, "print JSON");
+  show->callback([&] {
+    command = [&](DefaultsStore& store) {
+      return showReadings(store, arguments.names, arguments.json);
+    };
+  });
+}
+
+void addFlag(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* flag = app.add_subcommand("flag", "Set the viewer flag of a sensor");
+  flag->add_option("KEY", arguments.key, "the reading, such as TempValues")->required();
+  flag->add_option("SENSOR", arguments.sensor, "the sensor's name")->required();
+  flag->add_option("VALUE", arguments.text, "the flag")->required();
+  flag->callback([&] {
+    command = [&](DefaultsStore& store) {
+      return setFlag(store, arguments.key, arguments.sensor, arguments.text);
+    };
+  });
+}
+
+void addRequest(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* request = app.add_subcommand("request", "Ask something of the helper");
+  request->add_option("ACTION", arguments.text, "updates, uninstall or clear-sensors")->required();
+  request->callback([&] {
+    command = [&](DefaultsStore& store) { return requestAction(store, arguments.text); };
+  });
+}
+
+void addDefaultsRead(CLI::App& defaults, Arguments& arguments, Command& command) {
+  auto* read = defaults.add_subcommand("read", "Print a value as JSON, or all of them");
+  read->add_option("KEY", arguments.key, "the value's key");
+  auto* json = read->add_flag("--json", arguments.json, "print on one line");
+  read->add_flag("--raw", arguments.raw, "print the bytes of a data value")->excludes(json);
+  read->callback([&, read] {
+    const bool all = read->count("KEY") == 0;
+    const auto format = arguments.raw    ? DefaultsFormat::kRaw
+                        : arguments.json ? DefaultsFormat::kOneLine
+                                         : DefaultsFormat::kIndented;
+    command = [&, all, format](DefaultsStore& store) {
+      return readDefaults(store, all ? std::nullopt : std::optional(arguments.key), format);
+    };
+  });
+}
+
+void addDefaultsWrite(CLI::App& defaults, Arguments& arguments, Command& command) {
+  auto* write = defaults.add_subcommand("write", "Write a value");
+  write->add_option("KEY", arguments.key, "the value's key")->required();
+  auto* json = write->add_option("JSON", arguments.text, "the value");
+  auto* data = write->add_option("--data", arguments.file, "a file whose bytes are the value");
+  data->excludes(json);
+  write->callback([&, json, data] {
+    if (json->count() + data->count() == 0) throw CLI::RequiredError("JSON or --data");
+    const bool fromFile = data->count() > 0;
+    command = [&, fromFile](DefaultsStore& store) {
+      return fromFile ? writeDefaultsData(store, arguments.key, arguments.file)
+                      : writeDefaultsJson(store, arguments.key, arguments.text);
+    };
+  });
+}
+
+void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* defaults = app.add_subcommand("defaults", "Read and write the store as it is");
+  defaults->require_subcommand(1);
+  addDefaultsRead(*defaults, arguments, command);
+  addDefaultsWrite(*defaults, arguments, command);
+  auto* remove = defaults->add_subcommand("delete", "Delete a value");
+  remove->add_option("KEY", arguments.key, "the value's key")->required();
+  remove->callback([&] {
+    command = [&](DefaultsStore& store) { return deleteDefaults(store, arguments.key); };
+  });
+}
+
+// What needs the machine itself is left to a program of its own.
+void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers and what is missing");
+  doctor->add_flag("--json", arguments.json, "print JSON");
+  doctor->callback([&] {
+    command = [&](DefaultsStore&) -> int {
+      becomeTools(arguments.json ? Words{"doctor", "--json"} : Words{"doctor"});
+    };
+  });
+}
+
+void addRecord(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* record = app.add_subcommand("record", "Record this machine for tarvel-replay");
+  record->add_option("FILE", arguments.file, "the recorded machine, a JSON file")->required();
+  record->add_option("--cycles", arguments.cycles, "collection cycles, three seconds each (1)")
+      ->check(CLI::Range(1U, 10000U));
+  record->callback([&] {
+    command = [&](DefaultsStore&) -> int {
+      becomeTools({"record", "--cycles", std::to_string(arguments.cycles), "--", arguments.file});
+    };
+  });
+}
+
+void addExport(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* exporting = app.add_subcommand("export", "Print the readings for Prometheus");
+  auto* file = exporting->add_option("--textfile", arguments.exporting.textFile,
+                                     "replace this file after every change");
+  exporting->add_option("--listen", arguments.exporting.address, "answer GET /metrics at HOST:PORT")
+      ->excludes(file);
+  exporting->callback([&] {
+    command = [&](DefaultsStore& store) { return exportReadings(store, arguments.exporting); };
+  });
+}
+
+int complain(int status, const std::string& text) {
+  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
+  return status;
+}
+
+int run(const Command& command) {
+  const auto log = makeSystemLog();
+  DefaultsStore store(kSuiteName, *log);
+  try {
+    return command(store);
+  } catch (const CommandError& error) {
+    return complain(error.status, error.what());
+  }
+}
+
+int parseAndRun(int argc, char** argv) {
+  Arguments arguments;
+  Command command = [&](DefaultsStore& store) { return watch(store, arguments.watch); };
+  CLI::App app("Tarvel, a system monitor. Without a command: the live dashboard.", "tarvel");
+  app.set_version_flag("--version", "tarvel " + std::string(kVersion));
+  app.require_subcommand(0, 1);
+  for (const auto add : {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor,
+                         addRecord, addExport}) {
+    add(app, arguments, command);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& answered) {
+    return app.exit(answered);
+  } catch (const CLI::ParseError& error) {
+    return complain(kUsage, std::string("arguments: ") + error.what());
+  }
+  return run(command);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
+  } catch (const std::exception& error) {
+    return complain(kNothing, std::string("failed: ") + error.what());
+  }
+}

@@ -1,0 +1,58 @@
+#include "viewer/helper_cost.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+#include "platform/host/presence/application_registry.h"
+#include "product/identifiers.h"
+
+namespace tarvel::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The processor time of all its threads, also of those that have ended.
+std::optional<std::chrono::nanoseconds> processorTime(pid_t pid) {
+  clockid_t clock{};
+  timespec time{};
+  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+    return std::nullopt;
+  }
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+std::uint64_t residentKilobytes(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/statm");
+  std::uint64_t size = 0;
+  std::uint64_t resident = 0;
+  file >> size >> resident;
+  return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+}  // namespace
+
+std::optional<HelperCost::Figures> HelperCost::measure(const ApplicationRegistry& registry,
+                                                       std::chrono::steady_clock::time_point now) {
+  const auto helpers = registry.running(kHelperIdentifier);
+  if (helpers.empty()) return std::nullopt;
+  Figures figures;
+  figures.pid = static_cast<pid_t>(std::strtol(helpers.front().instance.c_str(), nullptr, 10));
+  const auto time = processorTime(figures.pid);
+  if (!time) return figures;
+  if (figures.pid != pid) {
+    pid = figures.pid;
+    since = now;
+    before = *time;
+  }
+  figures.residentKilobytes = residentKilobytes(pid);
+  const std::chrono::duration<double> watched = now - since;
+  const std::chrono::duration<double, std::milli> used = *time - before;
+  if (watched >= 3s) figures.millisecondsACycle = used.count() / (watched.count() / 3);
+  return figures;
+}
+
+}  // namespace tarvel::viewer
