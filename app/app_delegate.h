@@ -31,7 +31,7 @@ struct ProcessSampler;
 
 class AppDelegate : public ApplicationDelegate {
  public:
-  explicit AppDelegate(const Platform& machine);
+  explicit AppDelegate(const Platform& platform);
   ~AppDelegate() override;
   AppDelegate(const AppDelegate&) = delete;
   AppDelegate& operator=(const AppDelegate&) = delete;
@@ -75,8 +75,8 @@ class AppDelegate : public ApplicationDelegate {
   void publishProcesses(const ProcessSampler& sampler, std::string_view key);
   void publishSensors(const Array& fresh, std::string_view key);
 
-  Platform platform;
-  SMCSession smcSession;
+  Platform platform_;
+  SMCSession smcSession_;
   bool FirstStart = false;
   std::unique_ptr<UserDefaults> SharedDefaults;
   std::unique_ptr<SMCFanSensors> smcFanSensors;

@@ -63,7 +63,7 @@ void AppDelegate::getDataThread() {
 }
 
 bool AppDelegate::viewerRuns() {
-  auto& running = platform.runningApplications;
+  auto& running = platform_.runningApplications;
   return !running.runningApplicationsWithBundleIdentifier(kWidgetIdentifier).empty() ||
          !running.runningApplicationsWithBundleIdentifier(kViewerIdentifier).empty();
 }
@@ -77,7 +77,7 @@ void AppDelegate::answerRequests() {
   }
   if (SharedDefaults->boolForKey(kUninstallHelperKey)) {
     SharedDefaults->removeObjectForKey(kUninstallHelperKey);
-    platform.runLoop.performSelectorInBackground("UninstallHelper", [this] { UninstallHelper(); });
+    platform_.runLoop.performSelectorInBackground("UninstallHelper", [this] { UninstallHelper(); });
   }
 }
 
@@ -99,9 +99,9 @@ void AppDelegate::startCollections(std::string_view panelName) {
     const Collection& collection = kCollections[k];
     const auto run = [this, collect = collection.collect] { (this->*collect)(); };
     if (collection.inBackground) {
-      platform.runLoop.performSelectorInBackground(collection.name, run);
+      platform_.runLoop.performSelectorInBackground(collection.name, run);
     } else {
-      platform.runLoop.performSelectorOnMainThread(run);
+      platform_.runLoop.performSelectorOnMainThread(run);
     }
   }
 }

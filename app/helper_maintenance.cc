@@ -18,12 +18,12 @@ constexpr std::uint32_t kRightsFlags = kAuthorizationFlagInteractionAllowed |
 
 // Only the privileged call decides: a user who refuses the rights makes that call fail as well.
 void AppDelegate::UninstallHelper() {
-  const auto authorization = platform.authorization.AuthorizationCreate();
+  const auto authorization = platform_.authorization.AuthorizationCreate();
   authorization->AuthorizationCopyRights(kAdministratorRight, kRightsFlags);
   const auto status = authorization->AuthorizationExecuteWithPrivileges(
-      "/bin/rm", {"-rf", platform.mainBundle.bundlePath()});
+      "/bin/rm", {"-rf", platform_.mainBundle.bundlePath()});
   if (status == 0) {
-    platform.runLoop.dispatchAfter(100ms, [this] { platform.runLoop.terminate(); });
+    platform_.runLoop.dispatchAfter(100ms, [this] { platform_.runLoop.terminate(); });
   }
   authorization->AuthorizationFree(kAuthorizationFlagDestroyRights);
 }

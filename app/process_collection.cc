@@ -12,17 +12,17 @@ void AppDelegate::getMEMAppUsage() { publishProcesses(kMemorySampler, kMEMAppUsa
 void AppDelegate::getPowerAppUsage() { publishProcesses(kEnergySampler, kEnergyAppUsageKey); }
 
 void AppDelegate::publishProcesses(const ProcessSampler& sampler, std::string_view key) {
-  const std::string output = runSampler(sampler, platform.tasks);
+  const std::string output = runSampler(sampler, platform_.tasks);
   auto records = processRecords(output, sampler, [this](std::int32_t pid, const std::string& name) {
     return getAppPathName(pid, name);
   });
   const Array list(std::make_move_iterator(records.begin()),
                    std::make_move_iterator(records.end()));
-  SharedDefaults->setObject(platform.archiver.archivedDataWithRootObject(list), key);
+  SharedDefaults->setObject(platform_.archiver.archivedDataWithRootObject(list), key);
 }
 
 std::string AppDelegate::getAppPathName(std::int32_t pid, const std::string& name) {
-  return IconCache(platform.workspace, platform.fileManager, kSuiteName, kIconDirectory)
+  return IconCache(platform_.workspace, platform_.fileManager, kSuiteName, kIconDirectory)
       .iconValue(pid, name);
 }
 

@@ -85,34 +85,34 @@ Array storedRecords(UserDefaults& store, KeyedArchiver& archiver, std::string_vi
 void AppDelegate::publishSensors(const Array& fresh, std::string_view key) {
   if (fresh.empty()) return;
   Array stored =
-      storedRecords(*SharedDefaults, platform.archiver, key, isFan(recordOf(fresh.front())));
+      storedRecords(*SharedDefaults, platform_.archiver, key, isFan(recordOf(fresh.front())));
   const Array records =
       stored.size() == fresh.size() ? merged(fresh, std::move(stored)) : rewritten(fresh);
-  SharedDefaults->setObject(platform.archiver.archivedDataWithRootObject(records), key);
+  SharedDefaults->setObject(platform_.archiver.archivedDataWithRootObject(records), key);
 }
 
 void AppDelegate::getFanSpeed() {
-  smcFanSensors = std::make_unique<SMCFanSensors>(smcSession);
+  smcFanSensors = std::make_unique<SMCFanSensors>(smcSession_);
   publishSensors(smcFanSensors->getFans(), kFanSpeedValuesKey);
 }
 
 void AppDelegate::getTemperature() {
-  smcTempSensors = std::make_unique<SMCTempSensors>(smcSession, platform.ataSmart);
+  smcTempSensors = std::make_unique<SMCTempSensors>(smcSession_, platform_.ataSmart);
   publishSensors(smcTempSensors->getTemps(), kTempValuesKey);
 }
 
 void AppDelegate::getVoltage() {
-  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession);
+  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
   publishSensors(smcVoltageSensors->getVoltages(), kVoltageValuesKey);
 }
 
 void AppDelegate::getPower() {
-  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession);
+  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
   publishSensors(smcVoltageSensors->getPower(), kPowerValuesKey);
 }
 
 void AppDelegate::getCurrent() {
-  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession);
+  smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
   publishSensors(smcVoltageSensors->getCurrent(), kCurrentValuesKey);
 }
 

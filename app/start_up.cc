@@ -23,32 +23,32 @@ constexpr auto kCyclePeriod = 3s;
 
 }  // namespace
 
-AppDelegate::AppDelegate(const Platform& machine)
-    : platform(machine), smcSession(machine.appleSMC, machine.systemLog) {}
+AppDelegate::AppDelegate(const Platform& platform)
+    : platform_(platform), smcSession_(platform.appleSMC, platform.systemLog) {}
 
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching() {
-  const auto helpers = platform.runningApplications.runningApplicationsWithBundleIdentifier(
-      platform.mainBundle.bundleIdentifier());
+  const auto helpers = platform_.runningApplications.runningApplicationsWithBundleIdentifier(
+      platform_.mainBundle.bundleIdentifier());
   if (helpers.size() >= 2) {
     const auto other = std::find_if(helpers.begin(), helpers.end(),
                                     [](const auto& helper) { return !helper.isCurrent; });
     if (other != helpers.end()) {
-      platform.runningApplications.activateWithOptions(
+      platform_.runningApplications.activateWithOptions(
           *other, kActivateAllWindows | kActivateIgnoringOtherApps);
     }
-    platform.runLoop.terminate();
+    platform_.runLoop.terminate();
     return;
   }
   ClearSensorValues();
   CleanCache();
   armUpdater();
-  SharedDefaults = platform.userDefaults.initWithSuiteName(kSuiteName);
+  SharedDefaults = platform_.userDefaults.initWithSuiteName(kSuiteName);
   SharedDefaults->setValue(kVersion, kTarvelHelperVersionKey);
-  platform.tasks.launch("/bin/launchctl", {"load", "/Library/LaunchAgents/" +
-                                                       std::string(kHelperIdentifier) + ".plist"});
-  platform.runLoop.scheduledTimer(kCyclePeriod, [this] { getDataThread(); }).fire();
+  platform_.tasks.launch("/bin/launchctl", {"load", "/Library/LaunchAgents/" +
+                                                        std::string(kHelperIdentifier) + ".plist"});
+  platform_.runLoop.scheduledTimer(kCyclePeriod, [this] { getDataThread(); }).fire();
 }
 
 void AppDelegate::applicationWillTerminate() { CleanCache(); }
@@ -56,7 +56,7 @@ void AppDelegate::applicationWillTerminate() { CleanCache(); }
 // A request to forget the sensors takes effect here alone: cleared while the helper runs, they
 // would only be merged back by the next cycle.
 void AppDelegate::ClearSensorValues() {
-  SharedDefaults = platform.userDefaults.initWithSuiteName(kSuiteName);
+  SharedDefaults = platform_.userDefaults.initWithSuiteName(kSuiteName);
   const auto request = SharedDefaults->objectForKey(kClearSensorsKey);
   if (!request || !boolValue(*request)) return;
   for (const auto key : {kFanSpeedValuesKey, kTempValuesKey, kVoltageValuesKey, kPowerValuesKey,
@@ -68,17 +68,17 @@ void AppDelegate::ClearSensorValues() {
 
 void AppDelegate::CleanCache() {
   const auto container =
-      platform.fileManager.containerURLForSecurityApplicationGroupIdentifier(kSuiteName);
-  if (container) platform.fileManager.removeItemAtPath(*container + std::string(kIconDirectory));
+      platform_.fileManager.containerURLForSecurityApplicationGroupIdentifier(kSuiteName);
+  if (container) platform_.fileManager.removeItemAtPath(*container + std::string(kIconDirectory));
 }
 
-Updater& AppDelegate::updater() { return platform.updaters.updaterForBundle(kHelperIdentifier); }
+Updater& AppDelegate::updater() { return platform_.updaters.updaterForBundle(kHelperIdentifier); }
 
 void AppDelegate::armUpdater() {
   updater().setAutomaticallyChecksForUpdates(true);
   updater().setUpdateCheckInterval(kUpdateCheckInterval);
-  platform.runLoop.dispatchAfter(kFirstUpdateCheckDelay,
-                                 [this] { updater().checkForUpdatesInBackground(); });
+  platform_.runLoop.dispatchAfter(kFirstUpdateCheckDelay,
+                                  [this] { updater().checkForUpdatesInBackground(); });
 }
 
 }  // namespace tarvel

@@ -69,7 +69,7 @@ double coldLookup(const std::filesystem::path& home, const std::string& icon,
     const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
     files->removeItemAtPath((home / "data" / kSuiteName).string() + std::string(kIconDirectory));
     const auto start = Clock::now();
-    cache.iconValue(getpid(), "icon_lookup  ");
+    cache.iconValue(::getpid(), "icon_lookup  ");
     sum += Clock::now() - start;
   }
   return microseconds(sum) / kColdLookups;
@@ -80,9 +80,9 @@ double warmLookup(const char* iconProgram) {
   const auto workspace = makeLinuxWorkspace(
       {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
   const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
-  cache.iconValue(getpid(), "icon_lookup  ");
+  cache.iconValue(::getpid(), "icon_lookup  ");
   const auto start = Clock::now();
-  for (int i = 0; i < kWarmLookups; ++i) cache.iconValue(getpid(), "icon_lookup  ");
+  for (int i = 0; i < kWarmLookups; ++i) cache.iconValue(::getpid(), "icon_lookup  ");
   return microseconds(Clock::now() - start) / kWarmLookups;
 }
 
@@ -94,7 +94,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   std::string name = (std::filesystem::temp_directory_path() / "icon-lookup-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) return 1;
+  if (::mkdtemp(name.data()) == nullptr) return 1;
   const std::filesystem::path home = name;
   setenv("HOME", home.c_str(), 1);
   setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);

@@ -31,9 +31,9 @@ std::size_t chosen(const Icon& icon) {
 
 std::string IconCache::iconValue(std::int32_t pid, std::string_view name) const {
   if (name.starts_with(kUnlistedPrefix)) return {};
-  const auto bundlePath = bundlePathOf(pid, workspace);
+  const auto bundlePath = bundlePathOf(pid, workspace_);
   if (!bundlePath) return std::string(kUnknownIcon);
-  auto identifier = workspace.bundleIdentifier(*bundlePath);
+  auto identifier = workspace_.bundleIdentifier(*bundlePath);
   if (!identifier) return std::string(kUnknownIcon);
   std::erase(*identifier, '/');
   const std::string fileName = *identifier + ".tiff";
@@ -42,16 +42,17 @@ std::string IconCache::iconValue(std::int32_t pid, std::string_view name) const 
 }
 
 void IconCache::ensureIconFile(const std::string& bundlePath, const std::string& fileName) const {
-  const auto container = files.containerURLForSecurityApplicationGroupIdentifier(groupName);
+  const auto container = files_.containerURLForSecurityApplicationGroupIdentifier(groupName_);
   if (!container) return;
-  const std::string directory = *container + std::string(folderName);
-  if (!files.fileExistsAtPath(directory)) files.createDirectoryAtPath(directory);
+  const std::string directory = *container + std::string(folderName_);
+  if (!files_.fileExistsAtPath(directory)) files_.createDirectoryAtPath(directory);
   const std::string path = directory + fileName;
-  if (files.fileExistsAtPath(path)) return;
-  const Icon icon = workspace.iconForFile(bundlePath);
-  const Data tiff = icon.representations.empty() ? workspace.TIFFRepresentation(icon)
-                                                 : workspace.TIFFRepresentation(icon, chosen(icon));
-  if (!tiff.empty()) files.writeToFile(tiff, path);
+  if (files_.fileExistsAtPath(path)) return;
+  const Icon icon = workspace_.iconForFile(bundlePath);
+  const Data tiff = icon.representations.empty()
+                        ? workspace_.TIFFRepresentation(icon)
+                        : workspace_.TIFFRepresentation(icon, chosen(icon));
+  if (!tiff.empty()) files_.writeToFile(tiff, path);
 }
 
 }  // namespace tarvel

@@ -20,7 +20,7 @@ class IconCache {
   // The icon directory is the group's container followed by the folder ("/…/", ending in "/").
   IconCache(Workspace& applications, FileManager& fileManager, std::string_view group,
             std::string_view folder)
-      : workspace(applications), files(fileManager), groupName(group), folderName(folder) {}
+      : workspace_(applications), files_(fileManager), groupName_(group), folderName_(folder) {}
 
   // "" for a process that belongs in no list, "unknown" for one that is no application with an
   // identifier, else the name of the application's icon file in the icon directory: the identifier
@@ -30,10 +30,10 @@ class IconCache {
  private:
   void ensureIconFile(const std::string& bundlePath, const std::string& fileName) const;
 
-  Workspace& workspace;
-  FileManager& files;
-  std::string_view groupName;
-  std::string_view folderName;
+  Workspace& workspace_;
+  FileManager& files_;
+  std::string_view groupName_;
+  std::string_view folderName_;
 };
 
 }  // namespace tarvel

@@ -18,12 +18,12 @@ constexpr double kMostFans = 10;
 
 }  // namespace
 
-SMCFanSensors::SMCFanSensors(SMCSession& owner) : session(owner) { setFanNames(); }
+SMCFanSensors::SMCFanSensors(SMCSession& session) : session_(session) { setFanNames(); }
 
 void SMCFanSensors::setFanNames() { fanSensorName = kFanNames; }
 
 Array SMCFanSensors::getFans() {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session);
+  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
   std::map<std::string, Array> valuesOfFan;
   std::optional<double> number;
   if (wrapper.readKeyIntoNumber("FNum", number)) {

@@ -16,7 +16,7 @@ class SMCWrapper;
 
 class SMCFanSensors {
  public:
-  explicit SMCFanSensors(SMCSession& owner);
+  explicit SMCFanSensors(SMCSession& session);
 
   void setFanNames();
 
@@ -29,7 +29,7 @@ class SMCFanSensors {
   static Array fanValues(SMCWrapper& wrapper, int index);
 
   SensorNames fanSensorName;
-  SMCSession& session;
+  SMCSession& session_;
 };
 
 }  // namespace tarvel

@@ -19,7 +19,8 @@ constexpr bool isCoreKey(std::string_view key) {
 
 }  // namespace
 
-SMCTempSensors::SMCTempSensors(SMCSession& owner, AtaSmart& ata) : session(owner), ataSmart(ata) {
+SMCTempSensors::SMCTempSensors(SMCSession& session, AtaSmart& ataSmart)
+    : session_(session), ataSmart_(ataSmart) {
   setTempKeys();
 }
 
@@ -40,7 +41,7 @@ Array SMCTempSensors::getTemps() {
 }
 
 void SMCTempSensors::appendControllerReadings(Array& records) {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session);
+  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
   int cores = 0;
   std::string text;
   for (const auto key : wrapper.getSupportedTempValues(smcTempKeys)) {
@@ -56,7 +57,7 @@ void SMCTempSensors::appendControllerReadings(Array& records) {
 void SMCTempSensors::refreshSmartData() {
   smartTick = 0;
   hasSmartData = true;
-  smartController = std::make_unique<SmartController>(ataSmart);
+  smartController = std::make_unique<SmartController>(ataSmart_);
   smartController->update();
   smartData = smartController->getDataSet(TemperatureUnit::celsius);
 }

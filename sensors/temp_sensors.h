@@ -21,7 +21,7 @@ struct SMCSession;
 
 class SMCTempSensors {
  public:
-  SMCTempSensors(SMCSession& owner, AtaSmart& ata);
+  SMCTempSensors(SMCSession& session, AtaSmart& ataSmart);
 
   void setTempKeys();
 
@@ -39,8 +39,8 @@ class SMCTempSensors {
   std::int32_t smartTick = 0;  // calls since the disks were asked
   bool hasSmartData = false;
   std::vector<DataSetRow> smartData;
-  SMCSession& session;
-  AtaSmart& ataSmart;
+  SMCSession& session_;
+  AtaSmart& ataSmart_;
 };
 
 }  // namespace tarvel

@@ -18,7 +18,7 @@ constexpr int kReadingDecimals = 2;
 
 }  // namespace
 
-SMCVoltageSensors::SMCVoltageSensors(SMCSession& owner) : session(owner) { setKeys(); }
+SMCVoltageSensors::SMCVoltageSensors(SMCSession& session) : session_(session) { setKeys(); }
 
 void SMCVoltageSensors::setKeys() {
   smcVoltageKeys = kVoltageKeys;
@@ -36,7 +36,7 @@ Array SMCVoltageSensors::getCurrent() { return readings(smcCurrentKeys, smcCurre
 Array SMCVoltageSensors::getPower() { return readings(smcPowerKeys, smcPowerSensorName); }
 
 Array SMCVoltageSensors::readings(SensorKeys keys, SensorNames names) {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session);
+  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
   Array records;
   std::string text;
   for (const auto key : wrapper.getSupportedTempValues(keys)) {

@@ -13,7 +13,7 @@ struct SMCSession;
 
 class SMCVoltageSensors {
  public:
-  explicit SMCVoltageSensors(SMCSession& owner);
+  explicit SMCVoltageSensors(SMCSession& session);
 
   void setKeys();
 
@@ -31,7 +31,7 @@ class SMCVoltageSensors {
   SensorNames smcVoltageSensorName;
   SensorNames smcCurrentSensorName;
   SensorNames smcPowerSensorName;
-  SMCSession& session;
+  SMCSession& session_;
 };
 
 }  // namespace tarvel

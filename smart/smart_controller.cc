@@ -21,11 +21,11 @@ std::optional<std::uint8_t> readTemperature(AtaSmartInterface& interface) {
 
 void SmartController::update() {
   diskData.clear();
-  for (const auto service : ataSmart.servicesMatchingProperty("SMART Capable")) {
+  for (const auto service : ataSmart_.servicesMatchingProperty("SMART Capable")) {
     getSMARTData(service);
   }
   if (diskData.empty()) {
-    for (const auto service : ataSmart.servicesMatchingClass("IOATABlockStorageDevice")) {
+    for (const auto service : ataSmart_.servicesMatchingClass("IOATABlockStorageDevice")) {
       getSMARTData(service);
     }
   }
@@ -42,7 +42,7 @@ std::vector<DataSetRow> SmartController::getDataSet(TemperatureUnit unit) const 
 }
 
 void SmartController::getSMARTData(AtaSmart::Service service) {
-  const auto plugIn = ataSmart.IOCreatePlugInInterfaceForService(service);
+  const auto plugIn = ataSmart_.IOCreatePlugInInterfaceForService(service);
   if (!plugIn) return;
   const auto interface = plugIn->QueryInterface();
   if (!interface) return;

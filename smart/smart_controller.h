@@ -18,7 +18,7 @@ using DataSetRow = std::array<std::string, 2>;  // model, temperature in the uni
 
 class SmartController {
  public:
-  explicit SmartController(AtaSmart& service) : ataSmart(service) {}
+  explicit SmartController(AtaSmart& ataSmart) : ataSmart_(ataSmart) {}
 
   // Reads every disk that says that it is S.M.A.R.T. capable; where that finds no temperature,
   // every ATA disk.
@@ -39,7 +39,7 @@ class SmartController {
   // Leaves S.M.A.R.T. operations and autosave switched off, whatever it answers.
   static std::optional<std::uint32_t> getSMARTTempForInterface(AtaSmartInterface& interface);
 
-  AtaSmart& ataSmart;
+  AtaSmart& ataSmart_;
   std::vector<DiskRecord> diskData;
   std::vector<DiskRecord> latestData;
 };

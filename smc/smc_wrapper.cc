@@ -39,14 +39,14 @@ SMCWrapper& SMCWrapper::sharedWrapper(SMCSession& session) {
   return *session.shared;
 }
 
-SMCWrapper::SMCWrapper(SMCSession& owner) : session(owner) {
-  if (!SMCOpen()) session.systemLog.NSLog("Unable to open SMC.");
+SMCWrapper::SMCWrapper(SMCSession& session) : session_(session) {
+  if (!SMCOpen()) session_.systemLog.NSLog("Unable to open SMC.");
 }
 
 SMCWrapper::~SMCWrapper() { SMCClose(); }
 
 bool SMCWrapper::SMCOpen() {
-  const auto match = session.appleSMC.IOServiceGetMatchingServices("AppleSMC");
+  const auto match = session_.appleSMC.IOServiceGetMatchingServices("AppleSMC");
   if (match.code != 0) return failOpening("IOServiceGetMatchingServices", match.code);
   if (match.first == 0) {
     std::puts("Error: no SMC found");
@@ -54,18 +54,18 @@ bool SMCWrapper::SMCOpen() {
     return false;
   }
   const auto code =
-      session.appleSMC.IOServiceOpen(match.first, kConnectionType, session.connection);
+      session_.appleSMC.IOServiceOpen(match.first, kConnectionType, session_.connection);
   return code == 0 || failOpening("IOServiceOpen", code);
 }
 
-void SMCWrapper::SMCClose() { session.appleSMC.IOServiceClose(session.connection); }
+void SMCWrapper::SMCClose() { session_.appleSMC.IOServiceClose(session_.connection); }
 
 std::uint32_t SMCWrapper::SMCCallForKeyDataOutputKeyDataIn(std::uint32_t selector,
                                                            const SMCKeyData& input,
                                                            SMCKeyData& output) {
   SMCRecordBytes answer = encode(output);
-  const auto code = session.appleSMC.IOConnectCallStructMethod(session.connection, selector,
-                                                               encode(input), answer);
+  const auto code = session_.appleSMC.IOConnectCallStructMethod(session_.connection, selector,
+                                                                encode(input), answer);
   output = decode(answer);
   return code;
 }

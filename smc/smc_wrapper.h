@@ -82,7 +82,7 @@ class SMCWrapper {
                                                            std::string_view type, ValueText buffer);
 
  private:
-  SMCSession& session;
+  SMCSession& session_;
 };
 
 }  // namespace tarvel

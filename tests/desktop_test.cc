@@ -164,7 +164,7 @@ TEST_F(Desktop, AProcessBelongsToTheBestOfWhatItsFilesTell) {
 }
 
 TEST_F(Desktop, SomebodyElsesProcessIsNoApplication) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs another user's folder";
+  if (::geteuid() != 0) GTEST_SKIP() << "needs another user's folder";
   entry("high/applications/org.a.Program.desktop", "Exec=prog\n");
   const auto folder = process(1, "/x/prog");
   EXPECT_EQ(applicationOf(1), "org.a.Program");

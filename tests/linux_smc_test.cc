@@ -330,9 +330,9 @@ TEST(LinuxSMC, WaitsOnceForADeviceThatHangs) {
         named("temperature", {std::string("Airport Proximity=") + degrees, "CPU Diode=50"});
     EXPECT_EQ(machine.cycle(), others);
     EXPECT_EQ(machine.cycle(), others);
-    const FileDescriptor writer(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+    const FileDescriptor writer(::open(pipe.c_str(), O_RDWR | O_CLOEXEC));
   }
-  const FileDescriptor writer(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+  const FileDescriptor writer(::open(pipe.c_str(), O_RDWR | O_CLOEXEC));
   std::filesystem::remove(pipe);
   machine.set("1", "temp1_input", "31000");
   const auto all =

@@ -98,13 +98,13 @@ double leadingNumber(const std::string& text) {
 class Model {
  public:
   explicit Model(const FakeSMC& smc)
-      : open(smc.openError == 0 && smc.match.first != 0), keys(smc.keys) {}
+      : open_(smc.openError == 0 && smc.match.first != 0), keys_(smc.keys) {}
 
   // The text of a read; null where it fails.
   std::optional<std::string> read(const std::string& name, bool presence = false) {
-    const auto found = keys.find(name);
-    if (!open) return std::nullopt;
-    if (found == keys.end()) return presence ? std::nullopt : std::optional<std::string>("");
+    const auto found = keys_.find(name);
+    if (!open_) return std::nullopt;
+    if (found == keys_.end()) return presence ? std::nullopt : std::optional<std::string>("");
     FakeKey& key = found->second;
     if (key.infoError != 0 || key.goodReads-- <= 0 || key.readError != 0) return std::nullopt;
     if (presence && key.size == 0) return std::nullopt;
@@ -177,8 +177,8 @@ class Model {
  private:
   std::string fanName(int index) {
     std::string name;
-    const auto found = keys.find("F" + std::to_string(index) + "ID");
-    if (open && found != keys.end() && read(found->first)) {
+    const auto found = keys_.find("F" + std::to_string(index) + "ID");
+    if (open_ && found != keys_.end() && read(found->first)) {
       for (std::size_t i = 0; i < std::min<std::size_t>(found->second.size, 32); ++i) {
         const auto byte = i < found->second.bytes.size() ? found->second.bytes[i] : 0;
         if (byte > 32 && byte < 128) name += static_cast<char>(byte);
@@ -200,13 +200,13 @@ class Model {
     return records;
   }
 
-  bool open;
-  std::map<std::string, FakeKey> keys;
+  bool open_;
+  std::map<std::string, FakeKey> keys_;
 };
 
 class Generator {
  public:
-  explicit Generator(unsigned seed) : random(seed) {}
+  explicit Generator(unsigned seed) : random_(seed) {}
 
   FakeSMC controller() {
     FakeSMC smc;
@@ -229,28 +229,28 @@ class Generator {
   }
 
  private:
-  bool chance(unsigned percent) { return random() % 100 < percent; }
-  std::uint8_t byte(unsigned below = 256) { return static_cast<std::uint8_t>(random() % below); }
+  bool chance(unsigned percent) { return random_() % 100 < percent; }
+  std::uint8_t byte(unsigned below = 256) { return static_cast<std::uint8_t>(random_() % below); }
 
   FakeKey key() {
     static const char* const kOthers[] = {"{fds", "ch8*", "ui8", "sp7a", "SP78", ""};
-    const auto& type = kModelTypes[random() % std::size(kModelTypes)];
+    const auto& type = kModelTypes[random_() % std::size(kModelTypes)];
     FakeKey made;
-    made.type = chance(85) ? type.code : kOthers[random() % std::size(kOthers)];
-    made.size = chance(70) ? std::max(type.size, 1U) : static_cast<std::uint32_t>(random() % 33);
+    made.type = chance(85) ? type.code : kOthers[random_() % std::size(kOthers)];
+    made.size = chance(70) ? std::max(type.size, 1U) : static_cast<std::uint32_t>(random_() % 33);
     for (int i = 0; i < 32; ++i) made.bytes.push_back(byte());
-    if (chance(4)) made.infoError = static_cast<std::uint32_t>(random() | 1);
-    if (chance(4)) made.readError = static_cast<std::uint32_t>(random() | 1);
-    if (chance(8)) made.goodReads = static_cast<int>(random() % 4);
+    if (chance(4)) made.infoError = static_cast<std::uint32_t>(random_() | 1);
+    if (chance(4)) made.readError = static_cast<std::uint32_t>(random_() | 1);
+    if (chance(8)) made.goodReads = static_cast<int>(random_() % 4);
     return made;
   }
 
   FakeKey fanName() {
-    const auto name = kFanNames[random() % kFanNames.size()].key;
+    const auto name = kFanNames[random_() % kFanNames.size()].key;
     return {"{fds", static_cast<std::uint32_t>(name.size()), {name.begin(), name.end()}};
   }
 
-  std::mt19937 random;
+  std::mt19937 random_;
 };
 
 TEST(Catalogues, SayWhatRandomControllersHold) {

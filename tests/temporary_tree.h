@@ -14,7 +14,7 @@ class TemporaryTree {
  public:
   TemporaryTree() {
     std::string pattern = (std::filesystem::temp_directory_path() / "tarvel-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
+    root_ = ::mkdtemp(pattern.data());
   }
   ~TemporaryTree() { std::filesystem::remove_all(root_); }
   TemporaryTree(const TemporaryTree&) = delete;

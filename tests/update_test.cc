@@ -66,16 +66,16 @@ class Update : public testing::Test {
     pack();
   }
   ~Update() override {
-    kill(server, SIGTERM);
+    ::kill(server, SIGTERM);
     waitForProgram(server);
   }
 
   void startServer() {
     std::array<int, 2> ends{};
-    ASSERT_EQ(pipe(ends.data()), 0);
+    ASSERT_EQ(::pipe(ends.data()), 0);
     const FileDescriptor reading(ends[0]);
     const FileDescriptor writing(ends[1]);
-    const FileDescriptor nowhere(open("/dev/null", O_WRONLY));
+    const FileDescriptor nowhere(::open("/dev/null", O_WRONLY));
     const auto child =
         spawnProgram("python3",
                      {"-u", "-m", "http.server", "0", "--bind", "127.0.0.1", "--directory",
@@ -84,7 +84,7 @@ class Update : public testing::Test {
     ASSERT_TRUE(child);
     server = *child;
     std::string line;
-    for (char c = 0; read(reading.get(), &c, 1) == 1 && c != '\n';) line.push_back(c);
+    for (char c = 0; ::read(reading.get(), &c, 1) == 1 && c != '\n';) line.push_back(c);
     const auto port = line.find("port ");
     ASSERT_NE(port, std::string::npos) << line;
     address = "http://127.0.0.1:" + std::to_string(std::stoi(line.substr(port + 5))) + "/";

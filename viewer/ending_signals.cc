@@ -6,21 +6,21 @@
 namespace tarvel::viewer {
 
 EndingSignals::EndingSignals() {
-  sigemptyset(&signals);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&signals, signal);
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  ::sigemptyset(&signals_);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) ::sigaddset(&signals_, signal);
+  ::sigprocmask(SIG_BLOCK, &signals_, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
 }
 
 bool EndingSignals::within(std::chrono::milliseconds time) const {
   const timespec limit = {time.count() / 1000, time.count() % 1000 * 1'000'000};
-  const int signal = sigtimedwait(&signals, nullptr, &limit);
+  const int signal = ::sigtimedwait(&signals_, nullptr, &limit);
   return signal > 0 && signal != SIGCHLD;
 }
 
 bool isOutputClosed() {
   pollfd output = {STDOUT_FILENO, 0, 0};
-  return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
+  return ::poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 }  // namespace tarvel::viewer

@@ -14,7 +14,7 @@ class EndingSignals {
   bool within(std::chrono::milliseconds time) const;
 
  private:
-  sigset_t signals{};
+  sigset_t signals_{};
 };
 
 // Whether nobody is left to read a pipe: without anything to write one would never learn it.

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 std::optional<std::chrono::nanoseconds> processorTime(pid_t pid) {
   clockid_t clock{};
   timespec time{};
-  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+  if (::clock_getcpuclockid(pid, &clock) != 0 || ::clock_gettime(clock, &time) != 0) {
     return std::nullopt;
   }
   return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
@@ -30,7 +30,7 @@ std::uint64_t residentKilobytes(pid_t pid) {
   std::uint64_t size = 0;
   std::uint64_t resident = 0;
   file >> size >> resident;
-  return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) / 1024;
+  return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 1024;
 }
 
 }  // namespace
@@ -43,14 +43,14 @@ std::optional<HelperCost::Figures> HelperCost::measure(const ApplicationRegistry
   figures.pid = static_cast<pid_t>(std::strtol(helpers.front().instance.c_str(), nullptr, 10));
   const auto time = processorTime(figures.pid);
   if (!time) return figures;
-  if (figures.pid != pid) {
-    pid = figures.pid;
-    since = now;
-    before = *time;
+  if (figures.pid != pid_) {
+    pid_ = figures.pid;
+    since_ = now;
+    before_ = *time;
   }
-  figures.residentKilobytes = residentKilobytes(pid);
-  const std::chrono::duration<double> watched = now - since;
-  const std::chrono::duration<double, std::milli> used = *time - before;
+  figures.residentKilobytes = residentKilobytes(pid_);
+  const std::chrono::duration<double> watched = now - since_;
+  const std::chrono::duration<double, std::milli> used = *time - before_;
   if (watched >= 3s) figures.millisecondsACycle = used.count() / (watched.count() / 3);
   return figures;
 }

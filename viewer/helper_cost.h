@@ -26,9 +26,9 @@ class HelperCost {
                                  std::chrono::steady_clock::time_point now);
 
  private:
-  pid_t pid = 0;
-  std::chrono::steady_clock::time_point since;
-  std::chrono::nanoseconds before{0};
+  pid_t pid_ = 0;
+  std::chrono::steady_clock::time_point since_;
+  std::chrono::nanoseconds before_{0};
 };
 
 }  // namespace tarvel::viewer

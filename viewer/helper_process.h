@@ -20,7 +20,7 @@ class HelperProcess {
   bool start();
 
  private:
-  std::optional<pid_t> child;
+  std::optional<pid_t> child_;
 };
 
 }  // namespace tarvel::viewer

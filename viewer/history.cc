@@ -5,31 +5,32 @@
 namespace tarvel::viewer {
 
 void Series::add(double value) {
-  least = count == 0 ? value : std::min(least, value);
-  most = count == 0 ? value : std::max(most, value);
-  values[(first + count) % kLength] = value;
-  if (count < kLength) {
-    ++count;
+  least_ = count_ == 0 ? value : std::min(least_, value);
+  most_ = count_ == 0 ? value : std::max(most_, value);
+  values_[(first_ + count_) % kLength] = value;
+  if (count_ < kLength) {
+    ++count_;
   } else {
-    first = (first + 1) % kLength;
+    first_ = (first_ + 1) % kLength;
   }
 }
 
 void History::add(const std::string& row, double value) {
-  auto& entry = rows[row];
+  auto& entry = rows_[row];
   entry.series.add(value);
-  entry.lastRefresh = refresh;
+  entry.lastRefresh = refresh_;
 }
 
 void History::endRefresh() {
-  std::erase_if(
-      rows, [this](const auto& row) { return row.second.lastRefresh + Series::kLength < refresh; });
-  ++refresh;
+  std::erase_if(rows_, [this](const auto& row) {
+    return row.second.lastRefresh + Series::kLength < refresh_;
+  });
+  ++refresh_;
 }
 
 const Series* History::of(std::string_view row) const {
-  const auto found = rows.find(row);
-  return found != rows.end() ? &found->second.series : nullptr;
+  const auto found = rows_.find(row);
+  return found != rows_.end() ? &found->second.series : nullptr;
 }
 
 }  // namespace tarvel::viewer

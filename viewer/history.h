@@ -17,17 +17,19 @@ class Series {
 
   void add(double value);
 
-  std::size_t size() const { return count; }
-  double at(std::size_t index) const { return values[(first + index) % kLength]; }  // 0: the oldest
-  double minimum() const { return least; }
-  double maximum() const { return most; }
+  std::size_t size() const { return count_; }
+  double at(std::size_t index) const {
+    return values_[(first_ + index) % kLength];
+  }  // 0: the oldest
+  double minimum() const { return least_; }
+  double maximum() const { return most_; }
 
  private:
-  std::array<double, kLength> values{};
-  std::size_t first = 0;
-  std::size_t count = 0;
-  double least = 0;
-  double most = 0;
+  std::array<double, kLength> values_{};
+  std::size_t first_ = 0;
+  std::size_t count_ = 0;
+  double least_ = 0;
+  double most_ = 0;
 };
 
 // The series of the rows of all panels. A row that has not come for as long as a series remembers
@@ -47,8 +49,8 @@ class History {
     std::size_t lastRefresh = 0;
   };
 
-  std::map<std::string, Row, std::less<>> rows;
-  std::size_t refresh = 0;
+  std::map<std::string, Row, std::less<>> rows_;
+  std::size_t refresh_ = 0;
 };
 
 }  // namespace tarvel::viewer

@@ -32,18 +32,18 @@ std::string whyEmpty(const PanelView& view, bool hasReading, const Choices& choi
 
 }  // namespace
 
-Model::Model(DefaultsStore& from, const ApplicationRegistry& applications)
-    : store(from), registry(applications), lastChange(Clock::now()) {}
+Model::Model(DefaultsStore& store, const ApplicationRegistry& registry)
+    : store_(store), registry_(registry), lastChange_(Clock::now()) {}
 
 bool Model::refresh(Clock::time_point now) {
-  const auto figures = cost.measure(registry, now);
-  const bool helperChanged = figures.has_value() != helperFigures.has_value();
-  helperFigures = figures;
+  const auto figures = cost_.measure(registry_, now);
+  const bool helperChanged = figures.has_value() != helperFigures_.has_value();
+  helperFigures_ = figures;
   if (choices.isFrozen) return helperChanged;
-  const auto token = store.changeToken();
-  if (shownToken == token) return helperChanged;
-  shownToken = token;
-  lastChange = now;
+  const auto token = store_.changeToken();
+  if (shownToken_ == token) return helperChanged;
+  shownToken_ = token;
+  lastChange_ = now;
   readPanels();
   rebuild();
   remember();
@@ -51,25 +51,25 @@ bool Model::refresh(Clock::time_point now) {
 }
 
 void Model::readPanels() {
-  const auto panels = store.get(kPanelsKey);
-  views.clear();
-  readings.clear();
+  const auto panels = store_.get(kPanelsKey);
+  views_.clear();
+  readings_.clear();
   for (const auto& panel : kPanelTable) {
     if (!isPanelEnabled(panels, panel.name)) continue;
-    views.push_back({panel.name, panel.readingKey, isListKey(panel.readingKey), {}, {}});
-    const auto value = store.get(panel.readingKey);
-    readings.push_back(value ? decodeReading(panel.readingKey, *value) : std::nullopt);
+    views_.push_back({panel.name, panel.readingKey, isListKey(panel.readingKey), {}, {}});
+    const auto value = store_.get(panel.readingKey);
+    readings_.push_back(value ? decodeReading(panel.readingKey, *value) : std::nullopt);
   }
 }
 
 void Model::rebuild() {
-  for (std::size_t i = 0; i < views.size(); ++i) {
-    auto& view = views[i];
-    const auto& reading = readings[i];
+  for (std::size_t i = 0; i < views_.size(); ++i) {
+    auto& view = views_[i];
+    const auto& reading = readings_[i];
     view.rows = reading ? displayRows(view.key, *reading, choices) : std::vector<DisplayRow>{};
-    view.emptyReason = view.rows.empty()
-                           ? whyEmpty(view, reading.has_value(), choices, helperFigures.has_value())
-                           : std::string();
+    view.emptyReason =
+        view.rows.empty() ? whyEmpty(view, reading.has_value(), choices, helperFigures_.has_value())
+                          : std::string();
   }
 }
 
@@ -79,33 +79,33 @@ void Model::remember() {
   everything.showsHidden = true;
   for (const bool isGrouped : {false, true}) {
     everything.isGrouped = isGrouped;
-    for (std::size_t i = 0; i < views.size(); ++i) {
-      if (!readings[i] || (isGrouped && !views[i].isList)) continue;
-      for (const auto& row : displayRows(views[i].key, *readings[i], everything)) {
+    for (std::size_t i = 0; i < views_.size(); ++i) {
+      if (!readings_[i] || (isGrouped && !views_[i].isList)) continue;
+      for (const auto& row : displayRows(views_[i].key, *readings_[i], everything)) {
         const bool isGroup = row.id.starts_with("application ");
-        if (row.number && isGroup == isGrouped) histories.add(row.id, *row.number);
+        if (row.number && isGroup == isGrouped) histories_.add(row.id, *row.number);
       }
     }
   }
-  histories.endRefresh();
+  histories_.endRefresh();
 }
 
 std::optional<std::chrono::seconds> Model::staleFor(Clock::time_point now) const {
-  const auto quiet = std::chrono::duration_cast<std::chrono::seconds>(now - lastChange);
+  const auto quiet = std::chrono::duration_cast<std::chrono::seconds>(now - lastChange_);
   bool listed = false;
-  for (const auto& view : views) listed = listed || view.isList;
-  const bool expected = listed || !helperFigures;
+  for (const auto& view : views_) listed = listed || view.isList;
+  const bool expected = listed || !helperFigures_;
   return expected && quiet >= kStaleAfter ? std::optional(quiet) : std::nullopt;
 }
 
 void Model::switchPanel(std::string_view panel) {
-  store.change(kPanelsKey, [&](const std::optional<PropertyList>& panels) {
+  store_.change(kPanelsKey, [&](const std::optional<PropertyList>& panels) {
     return std::optional(withPanel(panels, panel, !isPanelEnabled(panels, panel)));
   });
 }
 
 bool Model::toggleHidden(const PanelView& panel, const DisplayRow& row) {
-  return setViewerFlag(store, panel.key, row.name, row.isHidden ? "1" : "0");
+  return setViewerFlag(store_, panel.key, row.name, row.isHidden ? "1" : "0");
 }
 
 }  // namespace tarvel::viewer

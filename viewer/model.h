@@ -42,9 +42,9 @@ class Model {
   // The rows anew after a choice.
   void rebuild();
 
-  const std::vector<PanelView>& panels() const { return views; }
-  const History& history() const { return histories; }
-  const std::optional<HelperCost::Figures>& helper() const { return helperFigures; }
+  const std::vector<PanelView>& panels() const { return views_; }
+  const History& history() const { return histories_; }
+  const std::optional<HelperCost::Figures>& helper() const { return helperFigures_; }
 
   // How long nothing has changed; none while readings come as they should.
   std::optional<std::chrono::seconds> staleFor(Clock::time_point now) const;
@@ -58,15 +58,15 @@ class Model {
   void readPanels();
   void remember();
 
-  DefaultsStore& store;
-  const ApplicationRegistry& registry;
-  HelperCost cost;
-  History histories;
-  std::vector<PanelView> views;
-  std::vector<std::optional<Reading>> readings;  // of the views, as they were read last
-  std::optional<HelperCost::Figures> helperFigures;
-  Clock::time_point lastChange;
-  std::optional<DefaultsStore::ChangeToken> shownToken;
+  DefaultsStore& store_;
+  const ApplicationRegistry& registry_;
+  HelperCost cost_;
+  History histories_;
+  std::vector<PanelView> views_;
+  std::vector<std::optional<Reading>> readings_;  // of the views, as they were read last
+  std::optional<HelperCost::Figures> helperFigures_;
+  Clock::time_point lastChange_;
+  std::optional<DefaultsStore::ChangeToken> shownToken_;
 };
 
 }  // namespace tarvel::viewer

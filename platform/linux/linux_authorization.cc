@@ -67,7 +67,7 @@ std::optional<int> runInTransientUnit(const std::vector<std::string>& command) {
 
 class LinuxAuthorizationReference : public AuthorizationReference {
  public:
-  LinuxAuthorizationReference(Bundle& own, SystemLog& systemLog) : bundle(own), log(systemLog) {}
+  LinuxAuthorizationReference(Bundle& bundle, SystemLog& log) : bundle_(bundle), log_(log) {}
 
   // The user is asked when the tool is run; there are no rights to be held before.
   std::int32_t AuthorizationCopyRights(std::string_view, std::uint32_t) override { return 0; }
@@ -75,12 +75,12 @@ class LinuxAuthorizationReference : public AuthorizationReference {
   std::int32_t AuthorizationExecuteWithPrivileges(
       const std::string& tool, const std::vector<std::string>& arguments) override {
     if (const auto reason = whyRefused(tool, arguments)) {
-      log.NSLog("Removal refused: " + *reason);
+      log_.NSLog("Removal refused: " + *reason);
       return kAuthorizationDenied;
     }
-    if (geteuid() == 0) return runAsRoot(tool, arguments);
+    if (::geteuid() == 0) return runAsRoot(tool, arguments);
     const auto command = commandOf(tool, arguments);
-    const bool unprivileged = prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
+    const bool unprivileged = ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
     return statusOfPkexec(unprivileged ? runInTransientUnit(command) : runByPkexec(command));
   }
 
@@ -92,28 +92,28 @@ class LinuxAuthorizationReference : public AuthorizationReference {
     if (tool != "/bin/rm" || arguments.size() != 2 || arguments.front() != "-rf") {
       return "not the removal of the bundle";
     }
-    if (arguments.back() != bundle.bundlePath()) return "not the folder of this bundle";
-    if (const auto reason = whyNotBundleFolder(arguments.back(), bundle.bundleIdentifier())) {
+    if (arguments.back() != bundle_.bundlePath()) return "not the folder of this bundle";
+    if (const auto reason = whyNotBundleFolder(arguments.back(), bundle_.bundleIdentifier())) {
       return arguments.back() + ": " + *reason;
     }
     return std::nullopt;
   }
 
-  Bundle& bundle;
-  SystemLog& log;
+  Bundle& bundle_;
+  SystemLog& log_;
 };
 
 class LinuxAuthorization : public Authorization {
  public:
-  LinuxAuthorization(Bundle& own, SystemLog& systemLog) : bundle(own), log(systemLog) {}
+  LinuxAuthorization(Bundle& bundle, SystemLog& log) : bundle_(bundle), log_(log) {}
 
   std::unique_ptr<AuthorizationReference> AuthorizationCreate() override {
-    return std::make_unique<LinuxAuthorizationReference>(bundle, log);
+    return std::make_unique<LinuxAuthorizationReference>(bundle_, log_);
   }
 
  private:
-  Bundle& bundle;
-  SystemLog& log;
+  Bundle& bundle_;
+  SystemLog& log_;
 };
 
 }  // namespace

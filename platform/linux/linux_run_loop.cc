@@ -28,30 +28,30 @@ using Clock = std::chrono::steady_clock;
 
 sigset_t terminationSignals() {
   sigset_t signals;
-  sigemptyset(&signals);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+  ::sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&signals, signal);
   return signals;
 }
 
 class BeatTimer : public Timer {
  public:
   BeatTimer(std::chrono::milliseconds interval, std::function<void()> work)
-      : period(interval), action(std::move(work)) {}
+      : period_(interval), action_(std::move(work)) {}
 
-  void fire() override { action(); }
-  Clock::time_point due() const { return next; }
+  void fire() override { action_(); }
+  Clock::time_point due() const { return next_; }
 
   // Runs the action once, however many beats have passed, and moves to the first beat to come.
   void beat() {
-    action();
-    const auto passed = Clock::now() - next;
-    next += (passed / period + 1) * period;
+    action_();
+    const auto passed = Clock::now() - next_;
+    next_ += (passed / period_ + 1) * period_;
   }
 
  private:
-  std::chrono::milliseconds period;
-  std::function<void()> action;
-  Clock::time_point next = Clock::now() + period;
+  std::chrono::milliseconds period_;
+  std::function<void()> action_;
+  Clock::time_point next_ = Clock::now() + period_;
 };
 
 struct Delayed {
@@ -63,23 +63,23 @@ class PollRunLoop : public LinuxRunLoop {
  public:
   PollRunLoop() {
     const sigset_t signals = terminationSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    signalDescriptor = FileDescriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-    wakeDescriptor = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    signalDescriptor_ = FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    wakeDescriptor_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   }
 
   void run(ApplicationDelegate& application) override {
-    delegate = &application;
-    delegate->applicationDidFinishLaunching();
-    while (!terminated) {
+    delegate_ = &application;
+    delegate_->applicationDidFinishLaunching();
+    while (!terminated_) {
       waitForWork();
-      if (!terminated) runDelayed();
-      if (!terminated) runBeats();
+      if (!terminated_) runDelayed();
+      if (!terminated_) runBeats();
     }
   }
 
   Timer& scheduledTimer(std::chrono::milliseconds interval, std::function<void()> action) override {
-    return *timers.emplace_back(std::make_unique<BeatTimer>(interval, std::move(action)));
+    return *timers_.emplace_back(std::make_unique<BeatTimer>(interval, std::move(action)));
   }
 
   void performSelectorInBackground(std::string_view operation,
@@ -88,7 +88,7 @@ class PollRunLoop : public LinuxRunLoop {
   }
 
   void performSelectorOnMainThread(const std::function<void()>& action) override {
-    if (std::this_thread::get_id() == mainThread) {
+    if (std::this_thread::get_id() == mainThread_) {
       action();
       return;
     }
@@ -108,23 +108,23 @@ class PollRunLoop : public LinuxRunLoop {
   void dispatchAfter(std::chrono::milliseconds delay, std::function<void()> work) override {
     const auto due = Clock::now() + delay;
     {
-      const std::lock_guard lock(delayedMutex);
-      const auto place = std::find_if(delayed.begin(), delayed.end(),
+      const std::lock_guard lock(delayedMutex_);
+      const auto place = std::find_if(delayed_.begin(), delayed_.end(),
                                       [&](const Delayed& other) { return other.due > due; });
-      delayed.insert(place, {due, std::move(work)});
+      delayed_.insert(place, {due, std::move(work)});
     }
-    if (std::this_thread::get_id() != mainThread) wake();
+    if (std::this_thread::get_id() != mainThread_) wake();
   }
 
   void terminate() override {
-    if (std::exchange(terminated, true)) return;
-    delegate->applicationWillTerminate();
+    if (std::exchange(terminated_, true)) return;
+    delegate_->applicationWillTerminate();
   }
 
  private:
   void wake() const {
     const std::uint64_t one = 1;
-    static_cast<void>(!write(wakeDescriptor.get(), &one, sizeof one));
+    static_cast<void>(!::write(wakeDescriptor_.get(), &one, sizeof one));
   }
 
   std::optional<Clock::time_point> nextDue() {
@@ -132,16 +132,16 @@ class PollRunLoop : public LinuxRunLoop {
     const auto consider = [&](Clock::time_point due) {
       if (!next || due < *next) next = due;
     };
-    for (const auto& timer : timers) consider(timer->due());
-    const std::lock_guard lock(delayedMutex);
-    if (!delayed.empty()) consider(delayed.front().due);
+    for (const auto& timer : timers_) consider(timer->due());
+    const std::lock_guard lock(delayedMutex_);
+    if (!delayed_.empty()) consider(delayed_.front().due);
     return next;
   }
 
   // Sleeps until something is due, a signal arrives or another thread hands work over.
   void waitForWork() {
     std::array<pollfd, 2> sources = {
-        {{signalDescriptor.get(), POLLIN, 0}, {wakeDescriptor.get(), POLLIN, 0}}};
+        {{signalDescriptor_.get(), POLLIN, 0}, {wakeDescriptor_.get(), POLLIN, 0}}};
     timespec timeout{};
     const auto due = nextDue();
     if (due) {
@@ -150,24 +150,24 @@ class PollRunLoop : public LinuxRunLoop {
       timeout.tv_sec = seconds.count();
       timeout.tv_nsec = std::chrono::nanoseconds(rest - seconds).count();
     }
-    if (ppoll(sources.data(), sources.size(), due ? &timeout : nullptr, nullptr) <= 0) return;
+    if (::ppoll(sources.data(), sources.size(), due ? &timeout : nullptr, nullptr) <= 0) return;
     if (sources[1].revents != 0) {
       std::uint64_t count = 0;
-      static_cast<void>(!read(wakeDescriptor.get(), &count, sizeof count));
+      static_cast<void>(!::read(wakeDescriptor_.get(), &count, sizeof count));
     }
     if (sources[0].revents != 0) terminate();
   }
 
   std::optional<std::function<void()>> takeDelayed() {
-    const std::lock_guard lock(delayedMutex);
-    if (delayed.empty() || delayed.front().due > Clock::now()) return std::nullopt;
-    auto work = std::move(delayed.front().work);
-    delayed.pop_front();
+    const std::lock_guard lock(delayedMutex_);
+    if (delayed_.empty() || delayed_.front().due > Clock::now()) return std::nullopt;
+    auto work = std::move(delayed_.front().work);
+    delayed_.pop_front();
     return work;
   }
 
   void runDelayed() {
-    while (!terminated) {
+    while (!terminated_) {
       const auto work = takeDelayed();
       if (!work) return;
       (*work)();
@@ -175,19 +175,19 @@ class PollRunLoop : public LinuxRunLoop {
   }
 
   void runBeats() {
-    for (std::size_t i = 0; i < timers.size() && !terminated; ++i) {
-      if (timers[i]->due() <= Clock::now()) timers[i]->beat();
+    for (std::size_t i = 0; i < timers_.size() && !terminated_; ++i) {
+      if (timers_[i]->due() <= Clock::now()) timers_[i]->beat();
     }
   }
 
-  const std::thread::id mainThread = std::this_thread::get_id();
-  ApplicationDelegate* delegate = nullptr;
-  bool terminated = false;
-  FileDescriptor signalDescriptor;
-  FileDescriptor wakeDescriptor;
-  std::vector<std::unique_ptr<BeatTimer>> timers;
-  std::mutex delayedMutex;
-  std::deque<Delayed> delayed;  // by due time, then by order of dispatch
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+  ApplicationDelegate* delegate_ = nullptr;
+  bool terminated_ = false;
+  FileDescriptor signalDescriptor_;
+  FileDescriptor wakeDescriptor_;
+  std::vector<std::unique_ptr<BeatTimer>> timers_;
+  std::mutex delayedMutex_;
+  std::deque<Delayed> delayed_;  // by due time, then by order of dispatch
 };
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace {
 
 class LinuxTasks : public Tasks {
  public:
-  explicit LinuxTasks(ShellCommandAnswer answer) : answerCommand(std::move(answer)) {}
+  explicit LinuxTasks(ShellCommandAnswer answer) : answerCommand_(std::move(answer)) {}
 
   void launch(const std::string& path, const std::vector<std::string>& arguments) override {
     const auto child = spawnProgram(path, arguments);
@@ -21,13 +21,13 @@ class LinuxTasks : public Tasks {
   std::string launchAndReadOutput(const std::string& path,
                                   const std::vector<std::string>& arguments) override {
     if (path == "/bin/sh" && arguments.size() == 2 && arguments.front() == "-c") {
-      if (auto output = answerCommand(arguments.back())) return std::move(*output);
+      if (auto output = answerCommand_(arguments.back())) return std::move(*output);
     }
     return readProgramOutput(path, arguments);
   }
 
  private:
-  ShellCommandAnswer answerCommand;
+  ShellCommandAnswer answerCommand_;
 };
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kPage = 4096;
 
 struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
+  void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
 struct Free {
@@ -43,9 +43,9 @@ std::string readAttribute(const std::string& path) {
 
 std::vector<std::string> folderNames(const std::string& path) {
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(path.c_str()));
   if (!folder) return names;
-  while (const dirent* entry = readdir(folder.get())) {
+  while (const dirent* entry = ::readdir(folder.get())) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
@@ -67,9 +67,9 @@ std::optional<std::int64_t> leadingInteger(std::string_view text) {
 }
 
 std::optional<std::string_view> AttributeFile::read(std::span<char> buffer) {
-  if (!file_) file_.reset(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file_) file_.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file_) return fail();
-  const ssize_t length = pread(file_.get(), buffer.data(), buffer.size(), 0);
+  const ssize_t length = ::pread(file_.get(), buffer.data(), buffer.size(), 0);
   if (length < 0) return fail();
   gone_ = false;
   return std::string_view(buffer.data(), static_cast<std::size_t>(length));

@@ -21,24 +21,24 @@ class Playback {
  public:
   using Arguments = nlohmann::ordered_json;
 
-  explicit Playback(Recording recording) : machines(std::move(recording)) {}
+  explicit Playback(Recording recording) : machines_(std::move(recording)) {}
 
   // Writes the trace to this file from now on; false when it cannot be made.
   bool openTrace(const std::string& path);
 
   const Machine& machine() const;
 
-  void beginCycle(std::size_t number) { cycle = number; }
-  void enterThread(std::string name) { thread = std::move(name); }
+  void beginCycle(std::size_t number) { cycle_ = number; }
+  void enterThread(std::string name) { thread_ = std::move(name); }
 
   void trace(std::string_view call, const Arguments& arguments = Arguments::object());
   void trace(std::string_view call, Arguments arguments, std::int64_t status);
 
  private:
-  Recording machines;
-  std::ofstream file;
-  std::size_t cycle = 0;  // 0 before the first
-  std::string thread = "main";
+  Recording machines_;
+  std::ofstream file_;
+  std::size_t cycle_ = 0;  // 0 before the first
+  std::string thread_ = "main";
 };
 
 }  // namespace tarvel::recorded

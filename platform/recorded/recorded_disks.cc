@@ -12,12 +12,12 @@ constexpr std::uint32_t kIOReturnError = 0xE00002BC;
 // One disk as the calls see it: every call is traced with the disk's index and its status.
 class TracedDisk {
  public:
-  TracedDisk(Playback& where, std::size_t which) : playback(where), index(which) {}
+  TracedDisk(Playback& playback, std::size_t index) : playback_(playback), index_(index) {}
 
   // The disk as it is now; one that a later frame has taken away fails at everything.
   const Disk* disk() const {
-    const auto& disks = playback.machine().disks;
-    return index < disks.size() ? &disks[index] : nullptr;
+    const auto& disks = playback_.machine().disks;
+    return index_ < disks.size() ? &disks[index_] : nullptr;
   }
 
   std::uint32_t status(std::string_view operation) const {
@@ -25,20 +25,20 @@ class TracedDisk {
   }
 
   std::uint32_t traced(std::string_view call, std::uint32_t status) const {
-    playback.trace(call, {{"disk", index}}, status);
+    playback_.trace(call, {{"disk", index_}}, status);
     return status;
   }
 
   std::uint32_t traced(std::string_view call, bool enable, std::uint32_t status) const {
-    playback.trace(call, {{"disk", index}, {"enable", enable}}, status);
+    playback_.trace(call, {{"disk", index_}, {"enable", enable}}, status);
     return status;
   }
 
-  void traced(std::string_view call) const { playback.trace(call, {{"disk", index}}); }
+  void traced(std::string_view call) const { playback_.trace(call, {{"disk", index_}}); }
 
  private:
-  Playback& playback;
-  std::size_t index;
+  Playback& playback_;
+  std::size_t index_;
 };
 
 std::uint32_t copyBlock(const Data& bytes, AtaBlock& block) {
@@ -49,82 +49,82 @@ std::uint32_t copyBlock(const Data& bytes, AtaBlock& block) {
 
 class RecordedInterface : public AtaSmartInterface {
  public:
-  explicit RecordedInterface(const TracedDisk& which) : target(which) {}
-  ~RecordedInterface() override { target.traced("Release"); }
+  explicit RecordedInterface(const TracedDisk& target) : target_(target) {}
+  ~RecordedInterface() override { target_.traced("Release"); }
   RecordedInterface(const RecordedInterface&) = delete;
   RecordedInterface& operator=(const RecordedInterface&) = delete;
 
   std::uint32_t GetATAIdentifyData(AtaBlock& block) override {
-    std::uint32_t status = target.status("identify");
-    if (status == 0) status = copyBlock(target.disk()->identify, block);
-    return target.traced("GetATAIdentifyData", status);
+    std::uint32_t status = target_.status("identify");
+    if (status == 0) status = copyBlock(target_.disk()->identify, block);
+    return target_.traced("GetATAIdentifyData", status);
   }
 
   std::uint32_t SMARTEnableDisableOperations(bool enable) override {
-    return target.traced("SMARTEnableDisableOperations", enable,
-                         target.status(enable ? "enableOperations" : "disableOperations"));
+    return target_.traced("SMARTEnableDisableOperations", enable,
+                          target_.status(enable ? "enableOperations" : "disableOperations"));
   }
 
   std::uint32_t SMARTEnableDisableAutosave(bool enable) override {
-    return target.traced("SMARTEnableDisableAutosave", enable,
-                         target.status(enable ? "enableAutosave" : "disableAutosave"));
+    return target_.traced("SMARTEnableDisableAutosave", enable,
+                          target_.status(enable ? "enableAutosave" : "disableAutosave"));
   }
 
   std::uint32_t SMARTReturnStatus(bool& thresholdExceeded) override {
     thresholdExceeded = false;
-    return target.traced("SMARTReturnStatus", target.status("returnStatus"));
+    return target_.traced("SMARTReturnStatus", target_.status("returnStatus"));
   }
 
   std::uint32_t SMARTReadData(AtaBlock& block) override {
-    std::uint32_t status = target.status("readData");
-    if (status == 0) status = copyBlock(target.disk()->smart, block);
-    return target.traced("SMARTReadData", status);
+    std::uint32_t status = target_.status("readData");
+    if (status == 0) status = copyBlock(target_.disk()->smart, block);
+    return target_.traced("SMARTReadData", status);
   }
 
   std::uint32_t SMARTValidateReadData(const AtaBlock& block) override {
-    std::uint32_t status = target.status("validate");
+    std::uint32_t status = target_.status("validate");
     const auto sum = std::accumulate(block.begin(), block.end(), 0U);
     if (status == 0 && sum % 256 != 0) status = kIOReturnError;
-    return target.traced("SMARTValidateReadData", status);
+    return target_.traced("SMARTValidateReadData", status);
   }
 
  private:
-  TracedDisk target;
+  TracedDisk target_;
 };
 
 class RecordedPlugIn : public AtaSmartPlugIn {
  public:
-  explicit RecordedPlugIn(const TracedDisk& which) : target(which) {}
-  ~RecordedPlugIn() override { target.traced("IODestroyPlugInInterface"); }
+  explicit RecordedPlugIn(const TracedDisk& target) : target_(target) {}
+  ~RecordedPlugIn() override { target_.traced("IODestroyPlugInInterface"); }
   RecordedPlugIn(const RecordedPlugIn&) = delete;
   RecordedPlugIn& operator=(const RecordedPlugIn&) = delete;
 
   std::unique_ptr<AtaSmartInterface> QueryInterface() override {
-    if (target.traced("QueryInterface", target.status("interface")) != 0) return nullptr;
-    return std::make_unique<RecordedInterface>(target);
+    if (target_.traced("QueryInterface", target_.status("interface")) != 0) return nullptr;
+    return std::make_unique<RecordedInterface>(target_);
   }
 
  private:
-  TracedDisk target;
+  TracedDisk target_;
 };
 
 class RecordedDisks : public AtaSmart {
  public:
-  explicit RecordedDisks(Playback& where) : playback(where) {}
+  explicit RecordedDisks(Playback& playback) : playback_(playback) {}
 
   std::vector<Service> servicesMatchingProperty(std::string_view property) override {
-    playback.trace("IOServiceGetMatchingServices", {{"property", property}}, 0);
+    playback_.trace("IOServiceGetMatchingServices", {{"property", property}}, 0);
     return property == "SMART Capable" ? matching(&Disk::smartCapable) : std::vector<Service>{};
   }
 
   std::vector<Service> servicesMatchingClass(std::string_view className) override {
-    playback.trace("IOServiceGetMatchingServices", {{"class", className}}, 0);
+    playback_.trace("IOServiceGetMatchingServices", {{"class", className}}, 0);
     return className == "IOATABlockStorageDevice" ? matching(&Disk::ataBlockStorage)
                                                   : std::vector<Service>{};
   }
 
   std::unique_ptr<AtaSmartPlugIn> IOCreatePlugInInterfaceForService(Service service) override {
-    const TracedDisk disk(playback, service - 1);
+    const TracedDisk disk(playback_, service - 1);
     if (disk.traced("IOCreatePlugInInterfaceForService", disk.status("plugin")) != 0) {
       return nullptr;
     }
@@ -135,14 +135,14 @@ class RecordedDisks : public AtaSmart {
   // Services count from 1, disks from 0.
   std::vector<Service> matching(bool Disk::*flag) const {
     std::vector<Service> services;
-    const auto& disks = playback.machine().disks;
+    const auto& disks = playback_.machine().disks;
     for (std::size_t i = 0; i < disks.size(); ++i) {
       if (disks[i].*flag) services.push_back(static_cast<Service>(i + 1));
     }
     return services;
   }
 
-  Playback& playback;
+  Playback& playback_;
 };
 
 }  // namespace

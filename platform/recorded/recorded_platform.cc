@@ -39,12 +39,12 @@ struct RecordedPlatform::Services {
 };
 
 RecordedPlatform::RecordedPlatform(Recording recording)
-    : services(std::make_unique<Services>(std::move(recording))) {}
+    : services_(std::make_unique<Services>(std::move(recording))) {}
 
 RecordedPlatform::~RecordedPlatform() = default;
 
 Platform RecordedPlatform::platform() {
-  auto& s = *services;
+  auto& s = *services_;
   return {*s.appleSMC,    *s.ataSmart, *s.authorization, *s.mainBundle,
           *s.fileManager, *s.archiver, s.runLoop,        *s.runningApplications,
           *s.systemLog,   *s.tasks,    *s.updaters,      *s.userDefaults,
@@ -52,11 +52,11 @@ Platform RecordedPlatform::platform() {
 }
 
 bool RecordedPlatform::openTrace(const std::string& path) {
-  return services->playback.openTrace(path);
+  return services_->playback.openTrace(path);
 }
 
 void RecordedPlatform::run(ApplicationDelegate& application, std::size_t cycles, bool abandon) {
-  services->runLoop.run(application, cycles, abandon);
+  services_->runLoop.run(application, cycles, abandon);
 }
 
 }  // namespace tarvel::recorded

@@ -30,7 +30,7 @@ class RecordedPlatform {
 
  private:
   struct Services;
-  std::unique_ptr<Services> services;
+  std::unique_ptr<Services> services_;
 };
 
 }  // namespace tarvel::recorded

@@ -20,7 +20,7 @@ namespace tarvel::recorded {
 
 class RecordedRunLoop : public RunLoop {
  public:
-  explicit RecordedRunLoop(Playback& where);
+  explicit RecordedRunLoop(Playback& playback);
   ~RecordedRunLoop() override;
   RecordedRunLoop(const RecordedRunLoop&) = delete;
   RecordedRunLoop& operator=(const RecordedRunLoop&) = delete;
@@ -47,17 +47,17 @@ class RecordedRunLoop : public RunLoop {
   void runBackground();
   void runDelayed(std::chrono::milliseconds until, bool including);
 
-  Playback& playback;
-  ApplicationDelegate* delegate = nullptr;
-  std::unique_ptr<CycleTimer> timer;
-  std::chrono::milliseconds period{0};
-  std::function<void()> cycleAction;
-  std::deque<std::function<void()>> background;
-  std::vector<Delayed> delayed;  // by due time, then by order of dispatch
-  std::chrono::milliseconds now{0};
-  std::size_t cyclesRun = 0;
-  std::size_t threadsStarted = 0;
-  bool terminated = false;
+  Playback& playback_;
+  ApplicationDelegate* delegate_ = nullptr;
+  std::unique_ptr<CycleTimer> timer_;
+  std::chrono::milliseconds period_{0};
+  std::function<void()> cycleAction_;
+  std::deque<std::function<void()>> background_;
+  std::vector<Delayed> delayed_;  // by due time, then by order of dispatch
+  std::chrono::milliseconds now_{0};
+  std::size_t cyclesRun_ = 0;
+  std::size_t threadsStarted_ = 0;
+  bool terminated_ = false;
 };
 
 }  // namespace tarvel::recorded

@@ -18,113 +18,113 @@ class RecordedBundle : public Bundle {
 
 class RecordedApplications : public RunningApplications {
  public:
-  explicit RecordedApplications(Playback& where) : playback(where) {}
+  explicit RecordedApplications(Playback& playback) : playback_(playback) {}
 
   // The helper itself started last.
   std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
       std::string_view identifier) override {
     std::vector<RunningApplication> found;
-    for (const auto& running : playback.machine().running) {
+    for (const auto& running : playback_.machine().running) {
       if (running == identifier) found.push_back({running, std::to_string(found.size()), false});
     }
     if (identifier == kHelperIdentifier) {
       found.push_back({std::string(identifier), std::string(kOwnInstance), true});
     }
-    playback.trace("runningApplicationsWithBundleIdentifier",
-                   {{"identifier", identifier}, {"count", found.size()}});
+    playback_.trace("runningApplicationsWithBundleIdentifier",
+                    {{"identifier", identifier}, {"count", found.size()}});
     return found;
   }
 
   void activateWithOptions(const RunningApplication& application, std::uint32_t options) override {
-    playback.trace("activateWithOptions",
-                   {{"identifier", application.bundleIdentifier}, {"options", options}});
+    playback_.trace("activateWithOptions",
+                    {{"identifier", application.bundleIdentifier}, {"options", options}});
   }
 
  private:
-  Playback& playback;
+  Playback& playback_;
 };
 
 class RecordedAuthorizationReference : public AuthorizationReference {
  public:
-  explicit RecordedAuthorizationReference(Playback& where) : playback(where) {}
+  explicit RecordedAuthorizationReference(Playback& playback) : playback_(playback) {}
 
   std::int32_t AuthorizationCopyRights(std::string_view right, std::uint32_t flags) override {
-    playback.trace("AuthorizationCopyRights", {{"right", right}, {"flags", flags}}, 0);
+    playback_.trace("AuthorizationCopyRights", {{"right", right}, {"flags", flags}}, 0);
     return 0;
   }
 
   std::int32_t AuthorizationExecuteWithPrivileges(
       const std::string& tool, const std::vector<std::string>& arguments) override {
-    const auto status = playback.machine().authorization;
-    playback.trace("AuthorizationExecuteWithPrivileges", {{"tool", tool}, {"arguments", arguments}},
-                   status);
+    const auto status = playback_.machine().authorization;
+    playback_.trace("AuthorizationExecuteWithPrivileges",
+                    {{"tool", tool}, {"arguments", arguments}}, status);
     return status;
   }
 
   void AuthorizationFree(std::uint32_t flags) override {
-    playback.trace("AuthorizationFree", {{"flags", flags}});
+    playback_.trace("AuthorizationFree", {{"flags", flags}});
   }
 
  private:
-  Playback& playback;
+  Playback& playback_;
 };
 
 class RecordedAuthorization : public Authorization {
  public:
-  explicit RecordedAuthorization(Playback& where) : playback(where) {}
+  explicit RecordedAuthorization(Playback& playback) : playback_(playback) {}
 
   std::unique_ptr<AuthorizationReference> AuthorizationCreate() override {
-    playback.trace("AuthorizationCreate", Playback::Arguments::object(), 0);
-    return std::make_unique<RecordedAuthorizationReference>(playback);
+    playback_.trace("AuthorizationCreate", Playback::Arguments::object(), 0);
+    return std::make_unique<RecordedAuthorizationReference>(playback_);
   }
 
  private:
-  Playback& playback;
+  Playback& playback_;
 };
 
 class RecordedUpdater : public Updater {
  public:
-  explicit RecordedUpdater(Playback& where) : playback(where) {}
+  explicit RecordedUpdater(Playback& playback) : playback_(playback) {}
 
   void setAutomaticallyChecksForUpdates(bool automatic) override {
-    playback.trace("setAutomaticallyChecksForUpdates", {{"value", automatic}});
+    playback_.trace("setAutomaticallyChecksForUpdates", {{"value", automatic}});
   }
   void setUpdateCheckInterval(std::chrono::seconds interval) override {
-    playback.trace("setUpdateCheckInterval", {{"seconds", interval.count()}});
+    playback_.trace("setUpdateCheckInterval", {{"seconds", interval.count()}});
   }
-  void checkForUpdatesInBackground() override { playback.trace("checkForUpdatesInBackground"); }
-  void checkForUpdates() override { playback.trace("checkForUpdates"); }
+  void checkForUpdatesInBackground() override { playback_.trace("checkForUpdatesInBackground"); }
+  void checkForUpdates() override { playback_.trace("checkForUpdates"); }
 
  private:
-  Playback& playback;
+  Playback& playback_;
 };
 
 class RecordedUpdaters : public Updaters {
  public:
-  explicit RecordedUpdaters(Playback& where) : playback(where), updater(where) {}
+  explicit RecordedUpdaters(Playback& playback) : playback_(playback), updater_(playback) {}
 
   Updater& updaterForBundle(std::string_view identifier) override {
-    playback.trace("updaterForBundle", {{"identifier", identifier}});
-    return updater;
+    playback_.trace("updaterForBundle", {{"identifier", identifier}});
+    return updater_;
   }
 
  private:
-  Playback& playback;
-  RecordedUpdater updater;
+  Playback& playback_;
+  RecordedUpdater updater_;
 };
 
 class RecordedTasks : public Tasks {
  public:
-  explicit RecordedTasks(Playback& where) : playback(where) {}
+  explicit RecordedTasks(Playback& playback) : playback_(playback) {}
 
   void launch(const std::string& path, const std::vector<std::string>& arguments) override {
-    playback.trace("launch", {{"path", path}, {"arguments", arguments}, {"waited", false}}, 0);
+    playback_.trace("launch", {{"path", path}, {"arguments", arguments}, {"waited", false}}, 0);
   }
 
   std::string launchAndReadOutput(const std::string& path,
                                   const std::vector<std::string>& arguments) override {
-    playback.trace("launch", {{"path", path}, {"arguments", arguments}, {"waited", true}}, 0);
-    for (const auto& [sortKey, output] : playback.machine().commands) {
+    playback_.trace("launch", {{"path", path}, {"arguments", arguments}, {"waited", true}}, 0);
+    for (const auto& [sortKey, output] : playback_.machine().commands) {
       const std::string sampler = "top -o " + sortKey + " ";
       if (!arguments.empty() && arguments.back().starts_with(sampler)) return output;
     }
@@ -132,7 +132,7 @@ class RecordedTasks : public Tasks {
   }
 
  private:
-  Playback& playback;
+  Playback& playback_;
 };
 
 }  // namespace

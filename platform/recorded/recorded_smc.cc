@@ -26,22 +26,22 @@ std::uint32_t answer(const SMCKey& key, std::uint8_t command, SMCRecordBytes& ou
 
 class RecordedSMC : public AppleSMC {
  public:
-  explicit RecordedSMC(Playback& where) : playback(where) {}
+  explicit RecordedSMC(Playback& playback) : playback_(playback) {}
 
   Match IOServiceGetMatchingServices(std::string_view className) override {
-    const auto& smc = playback.machine().smc;
+    const auto& smc = playback_.machine().smc;
     Match match;
     match.code = smc ? smc->matchError : 0;
     match.first = smc && match.code == 0 ? kService : 0;
-    playback.trace("IOServiceGetMatchingServices", {{"class", className}}, match.code);
+    playback_.trace("IOServiceGetMatchingServices", {{"class", className}}, match.code);
     return match;
   }
 
   std::uint32_t IOServiceOpen(Service service, std::uint32_t, Connection& connection) override {
-    const auto& smc = playback.machine().smc;
+    const auto& smc = playback_.machine().smc;
     const std::uint32_t status = smc && service == kService ? smc->openError : kIOReturnNotOpen;
     if (status == 0) connection = kConnection;
-    playback.trace("IOServiceOpen", Playback::Arguments::object(), status);
+    playback_.trace("IOServiceOpen", Playback::Arguments::object(), status);
     return status;
   }
 
@@ -50,12 +50,12 @@ class RecordedSMC : public AppleSMC {
                                           SMCRecordBytes& output) override {
     output.fill(0);
     const std::uint32_t status = call(connection, input, output);
-    playback.trace("IOConnectCallStructMethod",
-                   {{"selector", selector},
-                    {"command", input[smc_record::kCommandAt]},
-                    {"key", smc_record::codeText(smc_record::numberAt(input, smc_record::kKeyAt))},
-                    {"size", smc_record::numberAt(input, smc_record::kDataSizeAt)}},
-                   status);
+    playback_.trace("IOConnectCallStructMethod",
+                    {{"selector", selector},
+                     {"command", input[smc_record::kCommandAt]},
+                     {"key", smc_record::codeText(smc_record::numberAt(input, smc_record::kKeyAt))},
+                     {"size", smc_record::numberAt(input, smc_record::kDataSizeAt)}},
+                    status);
     return status;
   }
 
@@ -64,14 +64,14 @@ class RecordedSMC : public AppleSMC {
  private:
   std::uint32_t call(Connection connection, const SMCRecordBytes& input,
                      SMCRecordBytes& output) const {
-    const auto& smc = playback.machine().smc;
+    const auto& smc = playback_.machine().smc;
     if (connection != kConnection || !smc) return kIOReturnNotOpen;
     const auto key = smc->keys.find(smc_record::numberAt(input, smc_record::kKeyAt));
     if (key == smc->keys.end()) return smc->missingKeyError;
     return answer(key->second, input[smc_record::kCommandAt], output);
   }
 
-  Playback& playback;
+  Playback& playback_;
 };
 
 }  // namespace

@@ -21,12 +21,12 @@ Data tiffOfPicture(const std::string& path, double widthInPoints) {
 
 class RecordedWorkspace : public Workspace {
  public:
-  explicit RecordedWorkspace(Playback& where) : playback(where) {}
+  explicit RecordedWorkspace(Playback& playback) : playback_(playback) {}
 
   // The serial number is the process id itself.
   std::optional<ProcessSerialNumber> GetProcessForPID(std::int32_t pid) override {
     const bool found = applicationOf(pid) != nullptr;
-    playback.trace("GetProcessForPID", {{"pid", pid}}, found ? 0 : kProcNotFound);
+    playback_.trace("GetProcessForPID", {{"pid", pid}}, found ? 0 : kProcNotFound);
     return found ? std::optional(static_cast<ProcessSerialNumber>(pid)) : std::nullopt;
   }
 
@@ -34,7 +34,7 @@ class RecordedWorkspace : public Workspace {
     const auto pid = static_cast<std::int32_t>(process);
     const auto* application = applicationOf(pid);
     auto path = application != nullptr ? application->bundlePath : std::nullopt;
-    playback.trace("GetProcessBundleLocation", {{"pid", pid}}, path ? 0 : kProcNotFound);
+    playback_.trace("GetProcessBundleLocation", {{"pid", pid}}, path ? 0 : kProcNotFound);
     return path;
   }
 
@@ -44,7 +44,7 @@ class RecordedWorkspace : public Workspace {
   }
 
   Icon iconForFile(const std::string& bundlePath) override {
-    playback.trace("iconForFile", {{"path", bundlePath}});
+    playback_.trace("iconForFile", {{"path", bundlePath}});
     Icon icon;
     const auto* application = applicationAt(bundlePath);
     if (application == nullptr) return icon;
@@ -67,7 +67,7 @@ class RecordedWorkspace : public Workspace {
  private:
   template <typename Test>
   const Application* firstWhere(Test test) const {
-    const auto& applications = playback.machine().applications;
+    const auto& applications = playback_.machine().applications;
     const auto found = std::find_if(applications.begin(), applications.end(), test);
     return found != applications.end() ? &*found : nullptr;
   }
@@ -81,7 +81,7 @@ class RecordedWorkspace : public Workspace {
         [&](const Application& application) { return application.bundlePath == bundlePath; });
   }
 
-  Playback& playback;
+  Playback& playback_;
 };
 
 }  // namespace

@@ -11,104 +11,105 @@ namespace {
 
 class TracedLog : public SystemLog {
  public:
-  TracedLog(Playback& where, SystemLog& real) : playback(where), log(real) {}
+  TracedLog(Playback& playback, SystemLog& log) : playback_(playback), log_(log) {}
 
   void NSLog(std::string_view text) override {
-    playback.trace("NSLog", {{"text", text}});
-    log.NSLog(text);
+    playback_.trace("NSLog", {{"text", text}});
+    log_.NSLog(text);
   }
 
  private:
-  Playback& playback;
-  SystemLog& log;
+  Playback& playback_;
+  SystemLog& log_;
 };
 
 class TracedFiles : public FileManager {
  public:
-  TracedFiles(Playback& where, FileManager& real) : playback(where), files(real) {}
+  TracedFiles(Playback& playback, FileManager& files) : playback_(playback), files_(files) {}
 
   std::optional<std::string> containerURLForSecurityApplicationGroupIdentifier(
       std::string_view group) override {
-    auto container = files.containerURLForSecurityApplicationGroupIdentifier(group);
-    if (container) iconDirectory = *container + std::string(kIconDirectory);
+    auto container = files_.containerURLForSecurityApplicationGroupIdentifier(group);
+    if (container) iconDirectory_ = *container + std::string(kIconDirectory);
     return container;
   }
 
-  bool fileExistsAtPath(const std::string& path) override { return files.fileExistsAtPath(path); }
+  bool fileExistsAtPath(const std::string& path) override { return files_.fileExistsAtPath(path); }
 
   void createDirectoryAtPath(const std::string& path) override {
-    playback.trace("createDirectoryAtPath", {{"path", path}});
-    files.createDirectoryAtPath(path);
+    playback_.trace("createDirectoryAtPath", {{"path", path}});
+    files_.createDirectoryAtPath(path);
   }
 
   // A recording may ask for anything; nothing but the icon directory is ever removed.
   void removeItemAtPath(const std::string& path) override {
-    playback.trace("removeItemAtPath", {{"path", path}});
-    if (!iconDirectory.empty() && path == iconDirectory) files.removeItemAtPath(path);
+    playback_.trace("removeItemAtPath", {{"path", path}});
+    if (!iconDirectory_.empty() && path == iconDirectory_) files_.removeItemAtPath(path);
   }
 
   void writeToFile(const Data& data, const std::string& path) override {
-    playback.trace("writeToFile", {{"path", path}});
-    files.writeToFile(data, path);
+    playback_.trace("writeToFile", {{"path", path}});
+    files_.writeToFile(data, path);
   }
 
  private:
-  Playback& playback;
-  FileManager& files;
-  std::string iconDirectory;
+  Playback& playback_;
+  FileManager& files_;
+  std::string iconDirectory_;
 };
 
 class TracedDefaults : public UserDefaults {
  public:
-  TracedDefaults(Playback& where, std::unique_ptr<UserDefaults> real)
-      : playback(where), defaults(std::move(real)) {}
+  TracedDefaults(Playback& playback, std::unique_ptr<UserDefaults> real)
+      : playback_(playback), defaults_(std::move(real)) {}
 
   std::optional<PropertyList> objectForKey(std::string_view key) override {
-    playback.trace("objectForKey", {{"key", key}});
-    return defaults->objectForKey(key);
+    playback_.trace("objectForKey", {{"key", key}});
+    return defaults_->objectForKey(key);
   }
   bool valueForKey(std::string_view key) override {
-    playback.trace("valueForKey", {{"key", key}});
-    return defaults->valueForKey(key);
+    playback_.trace("valueForKey", {{"key", key}});
+    return defaults_->valueForKey(key);
   }
   bool boolForKey(std::string_view key) override {
-    playback.trace("boolForKey", {{"key", key}});
-    return defaults->boolForKey(key);
+    playback_.trace("boolForKey", {{"key", key}});
+    return defaults_->boolForKey(key);
   }
   void setObject(const Data& data, std::string_view key) override {
-    playback.trace("setObject", {{"key", key}, {"size", data.size()}});
-    defaults->setObject(data, key);
+    playback_.trace("setObject", {{"key", key}, {"size", data.size()}});
+    defaults_->setObject(data, key);
   }
   void setValue(std::string_view text, std::string_view key) override {
-    playback.trace("setValue", {{"key", key}, {"value", text}});
-    defaults->setValue(text, key);
+    playback_.trace("setValue", {{"key", key}, {"value", text}});
+    defaults_->setValue(text, key);
   }
   void setBool(bool flag, std::string_view key) override {
-    playback.trace("setBool", {{"key", key}, {"value", flag}});
-    defaults->setBool(flag, key);
+    playback_.trace("setBool", {{"key", key}, {"value", flag}});
+    defaults_->setBool(flag, key);
   }
   void removeObjectForKey(std::string_view key) override {
-    playback.trace("removeObjectForKey", {{"key", key}});
-    defaults->removeObjectForKey(key);
+    playback_.trace("removeObjectForKey", {{"key", key}});
+    defaults_->removeObjectForKey(key);
   }
 
  private:
-  Playback& playback;
-  std::unique_ptr<UserDefaults> defaults;
+  Playback& playback_;
+  std::unique_ptr<UserDefaults> defaults_;
 };
 
 class TracedSuites : public UserDefaultsSuites {
  public:
-  TracedSuites(Playback& where, UserDefaultsSuites& real) : playback(where), suites(real) {}
+  TracedSuites(Playback& playback, UserDefaultsSuites& suites)
+      : playback_(playback), suites_(suites) {}
 
   std::unique_ptr<UserDefaults> initWithSuiteName(std::string_view suite) override {
-    playback.trace("initWithSuiteName", {{"suite", suite}});
-    return std::make_unique<TracedDefaults>(playback, suites.initWithSuiteName(suite));
+    playback_.trace("initWithSuiteName", {{"suite", suite}});
+    return std::make_unique<TracedDefaults>(playback_, suites_.initWithSuiteName(suite));
   }
 
  private:
-  Playback& playback;
-  UserDefaultsSuites& suites;
+  Playback& playback_;
+  UserDefaultsSuites& suites_;
 };
 
 }  // namespace

@@ -23,29 +23,29 @@ Order next(Order order) {
 }  // namespace
 
 std::size_t Controller::rowCount() const {
-  return at.panel < model.panels().size() ? model.panels()[at.panel].rows.size() : 0;
+  return at_.panel < model_.panels().size() ? model_.panels()[at_.panel].rows.size() : 0;
 }
 
 const Cursor& Controller::cursor() {
-  if (at.panel >= model.panels().size()) at.panel = 0;
+  if (at_.panel >= model_.panels().size()) at_.panel = 0;
   const auto rows = rowCount();
-  at.row = rows == 0 ? 0 : std::min(at.row, rows - 1);
-  return at;
+  at_.row = rows == 0 ? 0 : std::min(at_.row, rows - 1);
+  return at_;
 }
 
 bool Controller::press(int key) {
-  at.message.clear();
+  at_.message.clear();
   if (key == KEY_RESIZE) return true;
-  if (at.overlay == Overlay::kFilter) return typeFilter(key);
-  if (at.overlay != Overlay::kNone && key != KEY_MOUSE) {
-    at.overlay = Overlay::kNone;
+  if (at_.overlay == Overlay::kFilter) return typeFilter(key);
+  if (at_.overlay != Overlay::kNone && key != KEY_MOUSE) {
+    at_.overlay = Overlay::kNone;
     return true;
   }
   if (key == 'q' || key == 'Q') return false;
   if (key == KEY_MOUSE) {
     click();
   } else if (key >= '1' && key <= '8') {
-    model.switchPanel(kPanelTable[static_cast<std::size_t>(key - '1')].name);
+    model_.switchPanel(kPanelTable[static_cast<std::size_t>(key - '1')].name);
   } else {
     choose(key);
   }
@@ -53,41 +53,41 @@ bool Controller::press(int key) {
 }
 
 bool Controller::typeFilter(int key) {
-  std::string& filter = model.choices.filter;
+  std::string& filter = model_.choices.filter;
   if (key == '\n' || key == KEY_ENTER) {
-    at.overlay = Overlay::kNone;
+    at_.overlay = Overlay::kNone;
   } else if (key == kEscape) {
     filter.clear();
-    at.overlay = Overlay::kNone;
+    at_.overlay = Overlay::kNone;
   } else if (key == KEY_BACKSPACE || key == kDelete || key == kBackspace) {
     if (!filter.empty()) filter.pop_back();
   } else if (key >= ' ' && key < kDelete && filter.size() < kFilterLimit) {
     filter.push_back(static_cast<char>(key));
   }
-  model.rebuild();
+  model_.rebuild();
   return true;
 }
 
 void Controller::move(long rows) {
   const auto last = static_cast<long>(rowCount()) - 1;
-  at.row = static_cast<std::size_t>(
-      std::clamp(static_cast<long>(at.row) + rows, 0L, std::max(last, 0L)));
+  at_.row = static_cast<std::size_t>(
+      std::clamp(static_cast<long>(at_.row) + rows, 0L, std::max(last, 0L)));
 }
 
 void Controller::focus(std::size_t panel) {
-  const auto count = model.panels().size();
-  at.panel = count == 0 ? 0 : panel % count;
-  at.row = 0;
+  const auto count = model_.panels().size();
+  at_.panel = count == 0 ? 0 : panel % count;
+  at_.row = 0;
 }
 
 void Controller::choose(int key) {
-  auto& choices = model.choices;
+  auto& choices = model_.choices;
   switch (key) {
     case '\t':
-      focus(at.panel + 1);
+      focus(at_.panel + 1);
       break;
     case KEY_BTAB:
-      focus(at.panel + model.panels().size() - 1);
+      focus(at_.panel + model_.panels().size() - 1);
       break;
     case KEY_DOWN:
     case 'j':
@@ -111,13 +111,13 @@ void Controller::choose(int key) {
       break;
     case '\n':
     case KEY_ENTER:
-      if (rowCount() > 0) at.overlay = Overlay::kDetails;
+      if (rowCount() > 0) at_.overlay = Overlay::kDetails;
       break;
     case '/':
-      at.overlay = Overlay::kFilter;
+      at_.overlay = Overlay::kFilter;
       break;
     case '?':
-      at.overlay = Overlay::kHelp;
+      at_.overlay = Overlay::kHelp;
       break;
     case 'h':
       toggleHidden();
@@ -139,22 +139,22 @@ void Controller::choose(int key) {
       choices.filter.clear();
       break;
     case 'r':
-      screen.redraw();
+      screen_.redraw();
       break;
     default:
       return;
   }
-  model.rebuild();
+  model_.rebuild();
 }
 
 void Controller::toggleHidden() {
   if (rowCount() == 0) return;
-  const auto& panel = model.panels()[at.panel];
+  const auto& panel = model_.panels()[at_.panel];
   if (panel.isList) {
-    at.message = "processes cannot be hidden";
+    at_.message = "processes cannot be hidden";
     return;
   }
-  if (!model.toggleHidden(panel, panel.rows[at.row])) at.message = "the store takes no writes";
+  if (!model_.toggleHidden(panel, panel.rows[at_.row])) at_.message = "the store takes no writes";
 }
 
 void Controller::click() {
@@ -162,17 +162,17 @@ void Controller::click() {
   if (getmouse(&event) != OK) return;
   if ((event.bstate & BUTTON4_PRESSED) != 0) return move(-1);
   if ((event.bstate & BUTTON5_PRESSED) != 0) return move(1);
-  for (const auto& place : places) {
+  for (const auto& place : places_) {
     const Box& box = place.box;
     if (event.y < box.top || event.y >= box.top + box.height || event.x < box.left ||
         event.x >= box.left + box.width) {
       continue;
     }
-    const bool same = place.panel == at.panel;
-    const auto first = same ? firstShownRow(at.row, box.height - 2) : 0;
+    const bool same = place.panel == at_.panel;
+    const auto first = same ? firstShownRow(at_.row, box.height - 2) : 0;
     if (!same) focus(place.panel);
     const int line = std::clamp(event.y - box.top - 1, 0, std::max(box.height - 3, 0));
-    at.row = first + static_cast<std::size_t>(line);
+    at_.row = first + static_cast<std::size_t>(line);
   }
 }
 

@@ -11,13 +11,13 @@ namespace tarvel::viewer {
 // What keys and the mouse do.
 class Controller {
  public:
-  Controller(Model& shown, Screen& terminal) : model(shown), screen(terminal) {}
+  Controller(Model& model, Screen& screen) : model_(model), screen_(screen) {}
 
   // Takes one key; false when it ends the dashboard.
   bool press(int key);
 
   // Where the panels stand, for the mouse.
-  void placed(std::vector<PlacedPanel> where) { places = std::move(where); }
+  void placed(std::vector<PlacedPanel> places) { places_ = std::move(places); }
 
   // The cursor within what there is now.
   const Cursor& cursor();
@@ -31,10 +31,10 @@ class Controller {
   void click();
   std::size_t rowCount() const;
 
-  Model& model;
-  Screen& screen;
-  Cursor at;
-  std::vector<PlacedPanel> places;
+  Model& model_;
+  Screen& screen_;
+  Cursor at_;
+  std::vector<PlacedPanel> places_;
 };
 
 }  // namespace tarvel::viewer

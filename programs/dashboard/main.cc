@@ -38,16 +38,16 @@ class NoLog : public SystemLog {
 
 FileDescriptor signalsOf(std::initializer_list<int> signals) {
   sigset_t set;
-  sigemptyset(&set);
-  for (const int signal : signals) sigaddset(&set, signal);
-  sigprocmask(SIG_BLOCK, &set, nullptr);
-  return FileDescriptor(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+  ::sigemptyset(&set);
+  for (const int signal : signals) ::sigaddset(&set, signal);
+  ::sigprocmask(SIG_BLOCK, &set, nullptr);
+  return FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 // Curses learns of the new size from its own handler of SIGWINCH, which also ends the wait.
 bool waitForInput(const FileDescriptor& signals) {
   std::array<pollfd, 2> sources = {{{STDIN_FILENO, POLLIN, 0}, {signals.get(), POLLIN, 0}}};
-  poll(sources.data(), sources.size(), static_cast<int>(kLook.count()));
+  ::poll(sources.data(), sources.size(), static_cast<int>(kLook.count()));
   const bool hungUp = (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
   return sources[1].revents == 0 && !hungUp;
 }
@@ -80,7 +80,7 @@ int show(Screen& screen, const FileDescriptor& signals) {
 }  // namespace
 
 int main() {
-  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP});
   Screen screen;
   return screen.isReady() ? show(screen, signals) : kUnfitTerminal;

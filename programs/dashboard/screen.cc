@@ -76,10 +76,10 @@ std::string cut(std::string_view text, int width, bool unicode, int& columns) {
 
 Screen::Screen() {
   std::setlocale(LC_ALL, "");
-  unicode = std::string_view(nl_langinfo(CODESET)) == "UTF-8";
+  unicode_ = std::string_view(nl_langinfo(CODESET)) == "UTF-8";
   const char* terminal = std::getenv("TERM");
-  ready = terminal != nullptr && canPlaceCursor() && newterm(nullptr, stdout, stdin) != nullptr;
-  if (!ready) return;
+  ready_ = terminal != nullptr && canPlaceCursor() && newterm(nullptr, stdout, stdin) != nullptr;
+  if (!ready_) return;
   cbreak();
   noecho();
   keypad(stdscr, TRUE);
@@ -88,12 +88,12 @@ Screen::Screen() {
   curs_set(0);
   mousemask(BUTTON1_PRESSED | BUTTON1_CLICKED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
   mouseinterval(0);
-  colour = wantsColour();
-  if (colour) setUpColours();
+  colour_ = wantsColour();
+  if (colour_) setUpColours();
 }
 
 Screen::~Screen() {
-  if (ready) endwin();
+  if (ready_) endwin();
 }
 
 Box Screen::area() const { return {0, 0, LINES, COLS}; }
@@ -105,11 +105,11 @@ void Screen::redraw() { clearok(stdscr, TRUE); }
 int Screen::put(int row, int column, int width, std::string_view text, Ink ink) {
   const std::string printable = printableText(text);
   int columns = 0;
-  const std::string shown = cut(printable, width, unicode, columns);
+  const std::string shown = cut(printable, width, unicode_, columns);
   const auto& style = kStyles[static_cast<std::size_t>(ink)];
   const attr_t attributes =
       style.attributes |
-      (colour ? static_cast<attr_t>(COLOR_PAIR(pairOf(static_cast<std::size_t>(ink)))) : A_NORMAL);
+      (colour_ ? static_cast<attr_t>(COLOR_PAIR(pairOf(static_cast<std::size_t>(ink)))) : A_NORMAL);
   attrset(static_cast<int>(attributes));
   mvaddstr(row, column, shown.c_str());
   attrset(A_NORMAL);
@@ -120,16 +120,16 @@ void Screen::frame(Box box, std::string_view title, Ink ink) {
   if (box.height < 2 || box.width < 4) return;
   const auto line = [&](int row, std::string_view left, std::string_view right) {
     std::string text(left);
-    for (int i = 0; i < box.width - 2; ++i) text += unicode ? "─" : "-";
+    for (int i = 0; i < box.width - 2; ++i) text += unicode_ ? "─" : "-";
     text += right;
     put(row, box.left, box.width, text, Ink::kDim);
   };
   const int bottom = box.top + box.height - 1;
-  line(box.top, unicode ? "╭" : "+", unicode ? "╮" : "+");
-  line(bottom, unicode ? "╰" : "+", unicode ? "╯" : "+");
+  line(box.top, unicode_ ? "╭" : "+", unicode_ ? "╮" : "+");
+  line(bottom, unicode_ ? "╰" : "+", unicode_ ? "╯" : "+");
   for (int row = box.top + 1; row < bottom; ++row) {
-    put(row, box.left, 1, unicode ? "│" : "|", Ink::kDim);
-    put(row, box.left + box.width - 1, 1, unicode ? "│" : "|", Ink::kDim);
+    put(row, box.left, 1, unicode_ ? "│" : "|", Ink::kDim);
+    put(row, box.left + box.width - 1, 1, unicode_ ? "│" : "|", Ink::kDim);
   }
   const std::string text = " " + std::string(title) + " ";
   put(box.top, box.left + 2, box.width - 4, text, ink);

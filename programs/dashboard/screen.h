@@ -19,8 +19,8 @@ class Screen {
   Screen& operator=(const Screen&) = delete;
 
   // Whether the terminal could be set up at all.
-  bool isReady() const { return ready; }
-  bool isUnicode() const { return unicode; }
+  bool isReady() const { return ready_; }
+  bool isUnicode() const { return unicode_; }
 
   Box area() const;
 
@@ -38,9 +38,9 @@ class Screen {
   int key();
 
  private:
-  bool ready = false;
-  bool unicode = false;
-  bool colour = false;
+  bool ready_ = false;
+  bool unicode_ = false;
+  bool colour_ = false;
 };
 
 // A bar of this many columns, filled to the share.

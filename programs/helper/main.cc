@@ -29,7 +29,7 @@
 using namespace tarvel;
 
 int main() {
-  mallopt(M_ARENA_MAX, 1);  // threads come and go; an arena of memory for each would stay
+  ::mallopt(M_ARENA_MAX, 1);  // threads come and go; an arena of memory for each would stay
   const auto runLoop = makeLinuxRunLoop();
   const auto systemLog = makeSystemLog();
   const auto bundle = makeLinuxBundle();

@@ -34,7 +34,7 @@ constexpr double kVectorPoints = 48;
 
 bool limit(int resource, rlim_t most) {
   const rlimit both = {most, most};
-  return setrlimit(static_cast<__rlimit_resource_t>(resource), &both) == 0;
+  return ::setrlimit(static_cast<__rlimit_resource_t>(resource), &both) == 0;
 }
 
 // The address sanitizer maps terabytes for its own book-keeping.
@@ -47,14 +47,14 @@ constexpr bool kLimitsMemory = true;
 bool confine() {
   return (!kLimitsMemory || limit(RLIMIT_AS, kMemory)) && limit(RLIMIT_CPU, kProcessorTime) &&
          limit(RLIMIT_FSIZE, kFileSize) && limit(RLIMIT_CORE, 0) &&
-         prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 
 std::string readInput() {
   std::string input;
   char buffer[65536];
   while (input.size() <= kInput) {
-    const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
+    const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
     if (count <= 0) break;
     input.append(buffer, static_cast<std::size_t>(count));
   }
@@ -90,7 +90,7 @@ Raster genericPicture() {
 bool writeOut(const Data& data) {
   std::size_t written = 0;
   while (written < data.size()) {
-    const ssize_t count = write(STDOUT_FILENO, data.data() + written, data.size() - written);
+    const ssize_t count = ::write(STDOUT_FILENO, data.data() + written, data.size() - written);
     if (count <= 0) return false;
     written += static_cast<std::size_t>(count);
   }

@@ -16,16 +16,16 @@ namespace {
 // The terminal's settings, put back at the end of its life.
 class TerminalSettings {
  public:
-  TerminalSettings() : known(tcgetattr(STDIN_FILENO, &settings) == 0) {}
+  TerminalSettings() : known_(::tcgetattr(STDIN_FILENO, &settings_) == 0) {}
   ~TerminalSettings() {
-    if (known) tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
+    if (known_) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &settings_);
   }
   TerminalSettings(const TerminalSettings&) = delete;
   TerminalSettings& operator=(const TerminalSettings&) = delete;
 
  private:
-  termios settings{};
-  bool known;
+  termios settings_{};
+  bool known_;
 };
 
 // Leaves the second screen and mouse reports, shows the cursor: what a program that was killed
@@ -44,8 +44,8 @@ int runDashboard(const std::function<bool()>& ended) {
   const auto child = spawnProgram(*program, {});
   if (!child) return -1;
   int status = 0;
-  while (waitpid(*child, &status, WNOHANG) == 0) {
-    if (ended()) kill(*child, SIGTERM);
+  while (::waitpid(*child, &status, WNOHANG) == 0) {
+    if (ended()) ::kill(*child, SIGTERM);
   }
   if (WIFSIGNALED(status)) leaveScreen();
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;

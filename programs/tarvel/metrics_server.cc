@@ -47,14 +47,14 @@ std::pair<std::string, std::string> hostAndPort(const std::string& address) {
 }
 
 struct FreeAddresses {
-  void operator()(addrinfo* list) const { freeaddrinfo(list); }
+  void operator()(addrinfo* list) const { ::freeaddrinfo(list); }
 };
 
 FileDescriptor listenAt(const addrinfo& place) {
   constexpr int kKind = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
   FileDescriptor listener(::socket(place.ai_family, kKind, 0));
   const int on = 1;
-  setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  ::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   const bool listens = ::bind(listener.get(), place.ai_addr, place.ai_addrlen) == 0 &&
                        ::listen(listener.get(), kBacklog) == 0;
   if (!listens) listener.reset();
@@ -67,7 +67,8 @@ FileDescriptor listenAt(const std::string& address) {
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE;
   addrinfo* list = nullptr;
-  const int code = getaddrinfo(host.empty() ? nullptr : host.c_str(), port.c_str(), &hints, &list);
+  const int code =
+      ::getaddrinfo(host.empty() ? nullptr : host.c_str(), port.c_str(), &hints, &list);
   if (code != 0) throw CommandError(kNothing, address, gai_strerror(code));
   const std::unique_ptr<addrinfo, FreeAddresses> places(list);
   for (const auto* place = list; place != nullptr; place = place->ai_next) {
@@ -111,7 +112,7 @@ void MetricsServer::serve(std::chrono::milliseconds time) {
     const short wanted = connection.answer.empty() ? POLLIN : POLLOUT;
     polled.push_back({connection.socket.get(), wanted, 0});
   }
-  if (poll(polled.data(), polled.size(), static_cast<int>(time.count())) < 0) return;
+  if (::poll(polled.data(), polled.size(), static_cast<int>(time.count())) < 0) return;
   std::size_t index = 0;
   connections_.remove_if([&](Connection& connection) {
     return !proceed(connection, polled[++index].revents) || Clock::now() > connection.until;

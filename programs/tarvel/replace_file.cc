@@ -9,7 +9,7 @@
 namespace tarvel::viewer {
 
 bool replaceFile(const std::string& path, std::string_view contents) {
-  const std::string temporary = path + "." + std::to_string(getpid()) + ".tmp";
+  const std::string temporary = path + "." + std::to_string(::getpid()) + ".tmp";
   std::ofstream file(temporary, std::ios::binary);
   file << contents;
   file.close();

@@ -16,7 +16,7 @@ void becomeTools(const std::vector<std::string>& arguments) {
     pointers.reserve(words.size() + 1);
     for (auto& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
-    execv(pointers.front(), pointers.data());
+    ::execv(pointers.front(), pointers.data());
   }
   throw CommandError(kNothing, "tarvel-tools", "not found beside this program");
 }

@@ -98,7 +98,7 @@ int watch(DefaultsStore& store, const WatchOptions& options) {
     std::fputs("tarvel: helper: not found beside this program\n", stderr);
   }
   if (!options.once && options.json) return printChanges(store, signals);
-  if (!options.once && isatty(STDOUT_FILENO) == 1) return showDashboard(store, signals);
+  if (!options.once && ::isatty(STDOUT_FILENO) == 1) return showDashboard(store, signals);
   return snapshot(store, signals, options.json);
 }
 

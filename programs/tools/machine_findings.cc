@@ -75,7 +75,7 @@ Finding chipFinding(const std::vector<Chip>& chips) {
 bool hasClosedEnergyCounter(const std::vector<Chip>& chips) {
   for (const auto& chip : chips) {
     for (const auto& input : chip.inputs) {
-      if (input.kind == "energy" && access(input.file.path.c_str(), R_OK) != 0) return true;
+      if (input.kind == "energy" && ::access(input.file.path.c_str(), R_OK) != 0) return true;
     }
   }
   return false;
@@ -137,7 +137,7 @@ Finding watchedDisk(Finding finding, const AtaDisk& disk) {
 
 Finding diskFinding(const AtaDisk& disk, const AtaDiskRoots& roots) {
   const bool watched = !drivetempFile(disk).empty();
-  const bool node = access((roots.dev + "/" + disk.name).c_str(), R_OK) == 0;
+  const bool node = ::access((roots.dev + "/" + disk.name).c_str(), R_OK) == 0;
   const bool commands = mayPassCommands();
   Finding finding{"disk " + disk.name, State::ok, "", ""};
   finding.details = {{"smartCapable", disk.smartCapable},
@@ -171,7 +171,7 @@ Finding iconFinding(const std::vector<std::string>& folders) {
   Finding finding{"icon theme", State::ok, icons.theme, ""};
   finding.details = {{"theme", icons.theme}, {"folders", Json::array()}, {"genericIcon", generic}};
   for (const auto& folder : icons.base) {
-    if (access(folder.c_str(), R_OK | X_OK) == 0) finding.details["folders"].push_back(folder);
+    if (::access(folder.c_str(), R_OK | X_OK) == 0) finding.details["folders"].push_back(folder);
   }
   if (generic) return finding;
   finding.state = State::missing;

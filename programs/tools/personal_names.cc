@@ -39,17 +39,17 @@ void replaceAlone(std::string& text, const std::string& name, const std::string&
 PersonalNames PersonalNames::ofThisMachine() {
   Replacements homes;
   Replacements names;
-  setpwent();
-  while (const passwd* const person = getpwent()) {
+  ::setpwent();
+  while (const passwd* const person = ::getpwent()) {
     const bool isPerson = person->pw_uid >= kFirstPerson && person->pw_uid != kNobody;
-    if (!isPerson && (person->pw_uid != getuid() || person->pw_uid == 0)) continue;
+    if (!isPerson && (person->pw_uid != ::getuid() || person->pw_uid == 0)) continue;
     const std::string home = person->pw_dir;
     if (home.size() > 1) homes.emplace_back(home, "/home/user");
     if (*person->pw_name != '\0') names.emplace_back(person->pw_name, "user");
   }
-  endpwent();
+  ::endpwent();
   std::array<char, 256> host{};
-  if (gethostname(host.data(), host.size() - 1) == 0 && host[0] != '\0') {
+  if (::gethostname(host.data(), host.size() - 1) == 0 && host[0] != '\0') {
     names.emplace_back(host.data(), "host");
   }
   homes.insert(homes.end(), names.begin(), names.end());

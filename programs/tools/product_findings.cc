@@ -109,7 +109,7 @@ Finding runningFinding(const ApplicationRegistry& registry, const std::string& s
 }
 
 Finding bundleFinding(const std::string& bundle) {
-  const bool helper = access((bundle + "/TarvelHelper").c_str(), X_OK) == 0;
+  const bool helper = ::access((bundle + "/TarvelHelper").c_str(), X_OK) == 0;
   const auto version = infoValue(bundle + "/Info.plist", "CFBundleVersion");
   Finding finding{"helper bundle", State::ok, bundle + ", version " + version.value_or(""), ""};
   finding.details = {{"path", bundle}, {"version", version ? Json(*version) : Json()}};

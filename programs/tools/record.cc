@@ -83,7 +83,7 @@ Json recordOf(const std::vector<Json>& looks) {
 
 int record(const std::string& file, std::size_t cycles) {
   const auto folder = std::filesystem::path(file).parent_path();
-  if (access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {  // known before the wait
+  if (::access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {  // known before the wait
     throw viewer::CommandError(viewer::kNothing, file, "cannot be written");
   }
   const auto text = viewer::indented(recordOf(look(cycles)));

@@ -35,22 +35,22 @@ class StagingFolder {
  public:
   explicit StagingFolder(const fs::path& parent) {
     std::string name = (parent / ".tarvel-update-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
+    if (::mkdtemp(name.data()) == nullptr) {
       throw UpdateError(parent.string() + ": cannot be written");
     }
-    folder = name;
+    folder_ = name;
   }
   ~StagingFolder() {
     std::error_code ignored;
-    fs::remove_all(folder, ignored);
+    fs::remove_all(folder_, ignored);
   }
   StagingFolder(const StagingFolder&) = delete;
   StagingFolder& operator=(const StagingFolder&) = delete;
 
-  const fs::path& path() const { return folder; }
+  const fs::path& path() const { return folder_; }
 
  private:
-  fs::path folder;
+  fs::path folder_;
 };
 
 void unpack(const std::string& archive, const fs::path& folder) {
@@ -65,7 +65,7 @@ void unpack(const std::string& archive, const fs::path& folder) {
 }
 
 void checkProgram(const fs::path& program) {
-  if (access(program.c_str(), X_OK) != 0 || !fs::is_regular_file(fs::symlink_status(program))) {
+  if (::access(program.c_str(), X_OK) != 0 || !fs::is_regular_file(fs::symlink_status(program))) {
     throw UpdateError("the update holds no helper");
   }
 }
@@ -102,7 +102,7 @@ void replaceBundle(const std::string& path, const std::string& archive,
     throw UpdateError("the update is of another version than the feed says");
   }
   checkProgram(fresh / "TarvelHelper");
-  if (renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) != 0) {
+  if (::renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) != 0) {
     throw UpdateError(path + ": cannot be replaced");
   }
 }

@@ -80,7 +80,7 @@ void notify(const std::string& text) {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
   const bool bus =
       std::getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr ||
-      (runtime != nullptr && access((std::string(runtime) + "/bus").c_str(), R_OK) == 0);
+      (runtime != nullptr && ::access((std::string(runtime) + "/bus").c_str(), R_OK) == 0);
   if (!bus) return;
   const auto child = spawnProgram("notify-send", {"--app-name=Tarvel", "Tarvel", text});
   if (child) waitForProgram(*child);

@@ -276,9 +276,10 @@ class Disk {
     char line[200];
     const int length = std::snprintf(line, sizeof line, "%s %02x %02x %02x %s\n", set_.name.c_str(),
                                      command, feature, count, outcome);
-    const int log = open("/job/log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (log < 0 || write(log, line, static_cast<std::size_t>(length)) != length) std::perror(line);
-    close(log);
+    const int log = ::open("/job/log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (log < 0 || ::write(log, line, static_cast<std::size_t>(length)) != length)
+      std::perror(line);
+    ::close(log);
   }
 
   const Settings set_;
@@ -296,7 +297,7 @@ class Ring {
 
   void serve(Disk& disk) {
     auto* box = reinterpret_cast<Mailbox*>(base_);
-    for (std::uint32_t wake = 0; read(device_, &wake, sizeof wake) == sizeof wake;) {
+    for (std::uint32_t wake = 0; ::read(device_, &wake, sizeof wake) == sizeof wake;) {
       std::atomic_ref<std::uint32_t> tail(box->tail);
       while (tail != std::atomic_ref<std::uint32_t>(box->head)) {
         auto* entry = reinterpret_cast<Entry*>(base_ + box->ringOffset + tail);
@@ -304,7 +305,7 @@ class Ring {
         if ((word & kKindMask) == kCommandEntry) complete(disk, *entry);
         tail = (tail + (word & ~kKindMask)) % box->ringSize;
         wake = 0;
-        if (write(device_, &wake, sizeof wake) != sizeof wake) return;
+        if (::write(device_, &wake, sizeof wake) != sizeof wake) return;
       }
     }
   }
@@ -389,7 +390,7 @@ int main(int count, char** words) {
   const std::string device = userDevice("disk" + number);
   const auto size =
       std::stoul(contents("/sys/class/uio/" + device + "/maps/map0/size"), nullptr, 16);
-  Ring ring(open(("/dev/" + device).c_str(), O_RDWR | O_CLOEXEC), size);
+  Ring ring(::open(("/dev/" + device).c_str(), O_RDWR | O_CLOEXEC), size);
   std::thread([&] {
     const std::string node = attach(number, store);
     std::printf("%s %s\n", words[2], node.c_str());

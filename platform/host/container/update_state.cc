@@ -24,15 +24,16 @@ std::optional<std::string> stateFile() {
 std::optional<std::chrono::seconds> timeSinceUpdateCheck() {
   const auto path = stateFile();
   struct stat status {};
-  if (!path || stat(path->c_str(), &status) != 0) return std::nullopt;
+  if (!path || ::stat(path->c_str(), &status) != 0) return std::nullopt;
   return std::chrono::seconds(std::time(nullptr) - status.st_mtim.tv_sec);
 }
 
 void noteUpdateCheck() {
   const auto path = stateFile();
   if (!path) return;
-  const FileDescriptor file(open(path->c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (file) futimens(file.get(), nullptr);
+  const FileDescriptor file(
+      ::open(path->c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (file) ::futimens(file.get(), nullptr);
 }
 
 }  // namespace tarvel

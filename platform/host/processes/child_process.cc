@@ -16,47 +16,47 @@ namespace {
 
 class SpawnActions {
  public:
-  SpawnActions() { posix_spawn_file_actions_init(&actions); }
-  ~SpawnActions() { posix_spawn_file_actions_destroy(&actions); }
+  SpawnActions() { posix_spawn_file_actions_init(&actions_); }
+  ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
   SpawnActions(const SpawnActions&) = delete;
   SpawnActions& operator=(const SpawnActions&) = delete;
 
   bool give(int ours, int theirs) {
-    return posix_spawn_file_actions_adddup2(&actions, ours, theirs) == 0;
+    return ::posix_spawn_file_actions_adddup2(&actions_, ours, theirs) == 0;
   }
-  const posix_spawn_file_actions_t* get() const { return &actions; }
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
 
  private:
-  posix_spawn_file_actions_t actions{};
+  posix_spawn_file_actions_t actions_{};
 };
 
 class SpawnAttributes {
  public:
   SpawnAttributes() {
-    posix_spawnattr_init(&attributes);
+    posix_spawnattr_init(&attributes_);
     sigset_t none;
     sigset_t all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    ::sigemptyset(&none);
+    ::sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &all);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
-  ~SpawnAttributes() { posix_spawnattr_destroy(&attributes); }
+  ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
   SpawnAttributes(const SpawnAttributes&) = delete;
   SpawnAttributes& operator=(const SpawnAttributes&) = delete;
 
-  const posix_spawnattr_t* get() const { return &attributes; }
+  const posix_spawnattr_t* get() const { return &attributes_; }
 
  private:
-  posix_spawnattr_t attributes{};
+  posix_spawnattr_t attributes_{};
 };
 
 std::string readToEnd(int descriptor) {
   std::string output;
   std::array<char, 4096> buffer;
   for (;;) {
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
     if (count > 0) {
       output.append(buffer.data(), static_cast<std::size_t>(count));
     } else if (count == 0 || errno != EINTR) {
@@ -81,14 +81,14 @@ std::optional<pid_t> spawnProgram(const std::string& program,
   pointers.push_back(nullptr);
   const SpawnAttributes attributes;
   pid_t child = 0;
-  const int error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(),
-                                 pointers.data(), environ);
+  const int error = ::posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(),
+                                   pointers.data(), environ);
   return error == 0 ? std::optional(child) : std::nullopt;
 }
 
 int waitForProgram(pid_t child) {
   int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
+  while (::waitpid(child, &status, 0) < 0) {
     if (errno != EINTR) return -1;
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -99,7 +99,7 @@ int waitForProgram(pid_t child) {
 std::string readProgramOutput(const std::string& program,
                               const std::vector<std::string>& arguments) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return {};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
   const auto child = spawnProgram(program, arguments, {{writing.get(), STDOUT_FILENO}});

@@ -28,7 +28,7 @@ void append(std::vector<std::string>& folders, std::string folder) {
 
 timespec changeTime(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? status.st_mtim : timespec{};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_mtim : timespec{};
 }
 
 bool isSame(const timespec& a, const timespec& b) {

@@ -21,9 +21,9 @@ constexpr off_t kLargestIcon = 4 * 1024 * 1024;           // bytes
 constexpr std::size_t kLargestDrawing = 5 * 1024 * 1024;  // bytes of TIFF, 1024 pixels a side
 
 FileDescriptor openIcon(const std::string& path) {
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
-  const bool regular = file && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+  const bool regular = file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
   return regular && status.st_size <= kLargestIcon ? std::move(file) : FileDescriptor();
 }
 
@@ -34,8 +34,8 @@ std::optional<Data> readUntil(int descriptor, Clock::time_point deadline) {
   while (data.size() <= kLargestDrawing) {
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     pollfd source{descriptor, POLLIN, 0};
-    if (rest.count() <= 0 || poll(&source, 1, static_cast<int>(rest.count())) == 0) break;
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    if (rest.count() <= 0 || ::poll(&source, 1, static_cast<int>(rest.count())) == 0) break;
+    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
     if (count == 0) return data;
     if (count < 0 && errno != EINTR) break;
     data.insert(data.end(), buffer.begin(), buffer.begin() + std::max<ssize_t>(count, 0));
@@ -46,7 +46,7 @@ std::optional<Data> readUntil(int descriptor, Clock::time_point deadline) {
 Data runDrawing(const std::string& program, const std::vector<std::string>& arguments,
                 const FileDescriptor& input, std::chrono::milliseconds limit) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return {};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
   const auto child = spawnProgram(program, arguments,
@@ -54,7 +54,7 @@ Data runDrawing(const std::string& program, const std::vector<std::string>& argu
   writing.reset();
   if (!child) return {};
   auto data = readUntil(reading.get(), Clock::now() + limit);
-  if (!data) kill(*child, SIGKILL);
+  if (!data) ::kill(*child, SIGKILL);
   const bool succeeded = waitForProgram(*child) == 0;
   return data && succeeded ? std::move(*data) : Data{};
 }
@@ -69,7 +69,7 @@ Data drawIcon(const std::string& program, const IconFile& icon, std::chrono::mil
 }
 
 Data drawGenericIcon(const std::string& program) {
-  const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   return runDrawing(program, {"generic"}, nothing, std::chrono::seconds(3));
 }
 

@@ -115,7 +115,7 @@ std::optional<Theme> readTheme(const std::string& name, const IconFolders& where
   std::set<std::string> present;  // the first parts of the folders that are there
   for (const auto& base : where.base) {
     const std::string root = base + "/" + name;
-    if (access(root.c_str(), X_OK) != 0) continue;
+    if (::access(root.c_str(), X_OK) != 0) continue;
     theme.roots.push_back(root);
     if (index.empty()) index = readKeyFile(root + "/index.theme");
     for (std::filesystem::directory_iterator entry(root, error), end; !error && entry != end;
@@ -137,7 +137,7 @@ std::optional<Theme> readTheme(const std::string& name, const IconFolders& where
   return theme;
 }
 
-bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
 
 bool isVector(const std::string& path) { return path.ends_with(".svg"); }
 

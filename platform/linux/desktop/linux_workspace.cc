@@ -27,13 +27,13 @@ constexpr const char* kGenericIcon = "application-x-executable";
 class LinuxWorkspace : public Workspace {
  public:
   explicit LinuxWorkspace(LinuxWorkspaceOptions given)
-      : options(std::move(given)), index(dataFolders()) {}
+      : options_(std::move(given)), index_(dataFolders()) {}
 
   // The serial number is the process id: what it belongs to is remembered beside it.
   std::optional<ProcessSerialNumber> GetProcessForPID(std::int32_t pid) override {
-    const auto start = options.startTime(pid);
+    const auto start = options_.startTime(pid);
     if (!start) return std::nullopt;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(mutex_);
     const auto now = Clock::now();
     auto& process = remembered(pid, *start, now);
     if (now >= process.validUntil) resolve(pid, process, now);
@@ -43,15 +43,15 @@ class LinuxWorkspace : public Workspace {
   }
 
   std::optional<std::string> GetProcessBundleLocation(ProcessSerialNumber process) override {
-    const std::lock_guard lock(mutex);
-    const auto found = processes.find(static_cast<std::int32_t>(process));
-    if (found == processes.end() || found->second.entryPath.empty()) return std::nullopt;
+    const std::lock_guard lock(mutex_);
+    const auto found = processes_.find(static_cast<std::int32_t>(process));
+    if (found == processes_.end() || found->second.entryPath.empty()) return std::nullopt;
     return found->second.entryPath;
   }
 
   std::optional<std::string> bundleIdentifier(const std::string& bundlePath) override {
-    const std::lock_guard lock(mutex);
-    const auto* application = index.atPath(bundlePath);
+    const std::lock_guard lock(mutex_);
+    const auto* application = index_.atPath(bundlePath);
     return application != nullptr ? std::optional(application->identifier) : std::nullopt;
   }
 
@@ -85,8 +85,8 @@ class LinuxWorkspace : public Workspace {
   };
 
   Process& remembered(std::int32_t pid, std::uint64_t start, Clock::time_point now) {
-    if (processes.size() >= kRemembered && !processes.contains(pid)) processes.clear();
-    auto& process = processes[pid];
+    if (processes_.size() >= kRemembered && !processes_.contains(pid)) processes_.clear();
+    auto& process = processes_[pid];
     if (process.start != start || process.firstSeen == Clock::time_point{}) {
       process = {start, now, now, {}};
     }
@@ -95,7 +95,7 @@ class LinuxWorkspace : public Workspace {
 
   void resolve(std::int32_t pid, Process& process, Clock::time_point now) {
     refreshIndex(now);
-    const auto* application = processApplication(options.procFolder, pid, index);
+    const auto* application = processApplication(options_.procFolder, pid, index_);
     process.entryPath = application != nullptr ? application->path : std::string();
     if (application != nullptr) {
       process.validUntil = Clock::time_point::max();
@@ -106,35 +106,35 @@ class LinuxWorkspace : public Workspace {
 
   // Entries that went or came change what any process belongs to.
   void refreshIndex(Clock::time_point now) {
-    if (now < nextRefresh) return;
-    nextRefresh = now + kRefreshInterval;
-    if (!index.refresh()) return;
-    for (auto& [pid, process] : processes) process.validUntil = now;
+    if (now < nextRefresh_) return;
+    nextRefresh_ = now + kRefreshInterval;
+    if (!index_.refresh()) return;
+    for (auto& [pid, process] : processes_) process.validUntil = now;
   }
 
   std::string iconName(const std::string& bundlePath) {
-    const std::lock_guard lock(mutex);
-    const auto* application = index.atPath(bundlePath);
+    const std::lock_guard lock(mutex_);
+    const auto* application = index_.atPath(bundlePath);
     return application != nullptr ? application->icon : std::string();
   }
 
   Data draw(const IconRepresentation& drawing) const {
-    return drawIcon(options.iconProgram, {drawing.file, drawing.width, 1, drawing.pixelsWide});
+    return drawIcon(options_.iconProgram, {drawing.file, drawing.width, 1, drawing.pixelsWide});
   }
 
   Data genericIcon() const {
     for (const auto& file : iconFiles(kGenericIcon, userIconFolders(dataFolders()))) {
-      Data tiff = drawIcon(options.iconProgram, file);
+      Data tiff = drawIcon(options_.iconProgram, file);
       if (!tiff.empty()) return tiff;
     }
-    return drawGenericIcon(options.iconProgram);
+    return drawGenericIcon(options_.iconProgram);
   }
 
-  const LinuxWorkspaceOptions options;
-  std::mutex mutex;  // guards what follows
-  DesktopIndex index;
-  Clock::time_point nextRefresh;
-  std::unordered_map<std::int32_t, Process> processes;
+  const LinuxWorkspaceOptions options_;
+  std::mutex mutex_;  // guards what follows
+  DesktopIndex index_;
+  Clock::time_point nextRefresh_;
+  std::unordered_map<std::int32_t, Process> processes_;
 };
 
 }  // namespace

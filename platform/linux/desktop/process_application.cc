@@ -34,8 +34,8 @@ std::optional<std::string> valueIn(std::string_view text, std::string_view name,
 
 // The user whose applications are shown: oneself, and for root also whoever sits at the machine.
 bool isShownUser(uid_t user) {
-  if (user == geteuid()) return true;
-  if (geteuid() != 0) return false;
+  if (user == ::geteuid()) return true;
+  if (::geteuid() != 0) return false;
   const auto seat = readSmallFile(std::string(kSeat), kProcLimit);
   const auto active = seat ? valueIn(*seat, "ACTIVE_UID", '\n') : std::nullopt;
   return active == std::to_string(user);
@@ -97,7 +97,8 @@ const Application* processApplication(const std::string& procFolder, std::int32_
                                       const DesktopIndex& index) {
   const std::string folder = procFolder + "/" + std::to_string(pid);
   struct stat status {};
-  if (pid <= 0 || stat(folder.c_str(), &status) != 0 || !isShownUser(status.st_uid)) return nullptr;
+  if (pid <= 0 || ::stat(folder.c_str(), &status) != 0 || !isShownUser(status.st_uid))
+    return nullptr;
   if (const auto* application = byUnit(folder, index)) return application;
   if (const auto* application = bySandbox(folder, index)) return application;
   if (const auto* application = byProgram(folder, index)) return application;

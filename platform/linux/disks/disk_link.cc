@@ -73,7 +73,7 @@ AtaAnswer DiskLink::sendOnce(const AtaCommand& command, AtaBlock& block) {
   const bool done = workWithDisk(
       state_, options_,
       [work, command, node, disk = descriptor_, size = state_->size, ioctl = options_.ioctl] {
-        if (!*disk) disk->reset(open(node.c_str(), kOpenFlags));
+        if (!*disk) disk->reset(::open(node.c_str(), kOpenFlags));
         if (*disk) work->answer = sendAtaCommand(ioctl, disk->get(), command, size, work->block);
       });
   timedOut_ = !done || work->answer.outcome == AtaOutcome::timedOut;

@@ -27,11 +27,11 @@ class KeyFiles : public KeyAtIndex {
     return static_cast<unsigned>(std::clamp<std::int64_t>(
         leadingInteger(readAttribute(folder_ + "/key_count")).value_or(0), 0, UINT16_MAX));
   }
-  void lock() override { flock(index_.get(), LOCK_EX); }
-  void unlock() override { flock(index_.get(), LOCK_UN); }
+  void lock() override { ::flock(index_.get(), LOCK_EX); }
+  void unlock() override { ::flock(index_.get(), LOCK_UN); }
   bool select(unsigned index) override {
     const std::string text = std::to_string(index);
-    return pwrite(index_.get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+    return ::pwrite(index_.get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
   }
   std::string name() override { return readAttribute(prefix_ + "_name"); }
   std::string type() override { return readAttribute(prefix_ + "_type"); }
@@ -53,7 +53,7 @@ bool isConnected(const ControllerValue& value) {
 }  // namespace
 
 std::unique_ptr<KeyAtIndex> openKeyAtIndex(const std::string& folder) {
-  FileDescriptor index(open((folder + "/key_at_index").c_str(), O_RDWR | O_CLOEXEC));
+  FileDescriptor index(::open((folder + "/key_at_index").c_str(), O_RDWR | O_CLOEXEC));
   if (!index) return nullptr;
   return std::make_unique<KeyFiles>(folder, std::move(index));
 }
