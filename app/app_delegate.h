@@ -10,6 +10,7 @@
 #include "platform/property_list.h"
 #include "platform/run_loop.h"
 #include "platform/user_defaults.h"
+#include "process/icon_cache.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
 #include "sensors/voltage_sensors.h"
@@ -28,6 +29,7 @@ namespace tarvel {
 class Updater;
 class Window;
 struct ProcessSampler;
+enum class RecordForm;
 
 class AppDelegate : public ApplicationDelegate {
  public:
@@ -73,9 +75,10 @@ class AppDelegate : public ApplicationDelegate {
   std::vector<Array> enabledPanels();
   void startCollections(std::string_view panelName);
   void publishProcesses(const ProcessSampler& sampler, std::string_view key);
-  void publishSensors(const Array& fresh, std::string_view key);
+  void publishSensors(const Array& fresh, RecordForm form, std::string_view key);
 
   Platform platform_;
+  IconCache iconCache_;
   SMCSession smcSession_;
   bool FirstStart = false;
   std::unique_ptr<UserDefaults> SharedDefaults;

@@ -10,22 +10,24 @@ namespace tarvel {
 namespace {
 
 struct Collection {
+  std::string_view panel;
   std::string_view name;
   void (AppDelegate::*collect)();
   bool inBackground;  // on a detached thread, else on the main thread before the next test
 };
 
-// One for each panel, in the order of the panel table.
+// One for each panel of the panel table, in its order.
 constexpr std::array<Collection, kPanelTable.size()> kCollections = {{
-    {"getCPUAppUsage", &AppDelegate::getCPUAppUsage, true},
-    {"getMEMAppUsage", &AppDelegate::getMEMAppUsage, true},
-    {"getPowerAppUsage", &AppDelegate::getPowerAppUsage, true},
-    {"getFanSpeed", &AppDelegate::getFanSpeed, false},
-    {"getTemperature", &AppDelegate::getTemperature, false},
-    {"getVoltage", &AppDelegate::getVoltage, false},
-    {"getPower", &AppDelegate::getPower, false},
-    {"getCurrent", &AppDelegate::getCurrent, false},
+    {"ProcessesDash", "getCPUAppUsage", &AppDelegate::getCPUAppUsage, true},
+    {"AllocationDash", "getMEMAppUsage", &AppDelegate::getMEMAppUsage, true},
+    {"EnergyDash", "getPowerAppUsage", &AppDelegate::getPowerAppUsage, true},
+    {"FansDash", "getFanSpeed", &AppDelegate::getFanSpeed, false},
+    {"TempsDash", "getTemperature", &AppDelegate::getTemperature, false},
+    {"VoltageSensorsDash", "getVoltage", &AppDelegate::getVoltage, false},
+    {"PowerSensorsDash", "getPower", &AppDelegate::getPower, false},
+    {"CurrentSensorsDash", "getCurrent", &AppDelegate::getCurrent, false},
 }};
+static_assert(isOrderedAsPanels(kCollections));
 
 const std::string* textAt(const Array& entry, std::size_t index) {
   return index < entry.size() ? entry[index].as<std::string>() : nullptr;

@@ -1,8 +1,6 @@
 #include "app/app_delegate.h"
 #include "platform/keyed_archiver.h"
-#include "process/icon_cache.h"
 #include "process/process_usage.h"
-#include "product/identifiers.h"
 #include "product/store_keys.h"
 
 namespace tarvel {
@@ -22,8 +20,7 @@ void AppDelegate::publishProcesses(const ProcessSampler& sampler, std::string_vi
 }
 
 std::string AppDelegate::getAppPathName(std::int32_t pid, const std::string& name) {
-  return IconCache(platform_.workspace, platform_.fileManager, kSuiteName, kIconDirectory)
-      .iconValue(pid, name);
+  return iconCache_.iconValue(pid, name);
 }
 
 }  // namespace tarvel

@@ -6,25 +6,29 @@
 #include "product/store_keys.h"
 
 namespace tarvel {
+
+enum class RecordForm {
+  reading,  // [name, reading, viewer flag], published from [name, reading]
+  fan,      // [name, [current, minimum, maximum, viewer flag]]
+};
+
 namespace {
 
 constexpr const char* kNewFlag = "1";
 constexpr std::size_t kFanFlag = 3;
-
-// A record is [name, fan values] for fans and [name, reading, viewer flag] for the other kinds.
-bool isFan(const Array& record) { return record.size() == 2 && record[1].as<Array>() != nullptr; }
 
 bool areTexts(const Array& values) {
   return std::all_of(values.begin(), values.end(),
                      [](const auto& value) { return value.template as<std::string>() != nullptr; });
 }
 
-bool isPublished(const PropertyList& object, bool fans) {
+bool isPublished(const PropertyList& object, RecordForm form) {
   const auto* record = object.as<Array>();
   if (record == nullptr) return false;
-  if (!fans) return record->size() == 3 && areTexts(*record);
-  return isFan(*record) && (*record)[0].as<std::string>() != nullptr &&
-         (*record)[1].as<Array>()->size() == kFanFlag + 1 && areTexts(*(*record)[1].as<Array>());
+  if (form == RecordForm::reading) return record->size() == 3 && areTexts(*record);
+  if (record->size() != 2 || (*record)[0].as<std::string>() == nullptr) return false;
+  const auto* values = (*record)[1].as<Array>();
+  return values != nullptr && values->size() == kFanFlag + 1 && areTexts(*values);
 }
 
 const Array& recordOf(const PropertyList& object) { return *object.as<Array>(); }
@@ -32,15 +36,15 @@ const std::string& nameOf(const PropertyList& object) {
   return *recordOf(object)[0].as<std::string>();
 }
 
-PropertyList flagOf(const PropertyList& object) {
+PropertyList flagOf(const PropertyList& object, RecordForm form) {
   const Array& record = recordOf(object);
-  return isFan(record) ? (*record[1].as<Array>())[kFanFlag] : record[2];
+  return form == RecordForm::fan ? (*record[1].as<Array>())[kFanFlag] : record[2];
 }
 
 // The published form of a fresh record, with this viewer flag.
-Array published(const PropertyList& fresh, PropertyList flag) {
+Array published(const PropertyList& fresh, RecordForm form, PropertyList flag) {
   Array record = recordOf(fresh);
-  if (isFan(record)) {
+  if (form == RecordForm::fan) {
     (*record[1].as<Array>())[kFanFlag] = std::move(flag);
   } else {
     record.push_back(std::move(flag));
@@ -48,72 +52,72 @@ Array published(const PropertyList& fresh, PropertyList flag) {
   return record;
 }
 
-Array rewritten(const Array& fresh) {
+Array rewritten(const Array& fresh, RecordForm form) {
   const PropertyList flag(kNewFlag);
   Array records;
-  for (const auto& record : fresh) records.emplace_back(published(record, flag));
+  for (const auto& record : fresh) records.emplace_back(published(record, form, flag));
   return records;
 }
 
 // Every fresh record replaces the first stored one whose name contains its own, and takes over its
 // viewer flag; one that finds none is dropped.
-Array merged(const Array& fresh, Array stored) {
+Array merged(const Array& fresh, Array stored, RecordForm form) {
   for (const auto& record : fresh) {
     const std::string& name = nameOf(record);
     if (name.empty()) continue;
     const auto match = std::find_if(stored.begin(), stored.end(), [&](const auto& candidate) {
       return nameOf(candidate).find(name) != std::string::npos;
     });
-    if (match != stored.end()) *match = published(record, flagOf(*match));
+    if (match != stored.end()) *match = published(record, form, flagOf(*match, form));
   }
   return stored;
 }
 
 // The stored records; none where the key is absent or holds anything else.
-Array storedRecords(UserDefaults& store, KeyedArchiver& archiver, std::string_view key, bool fans) {
+Array storedRecords(UserDefaults& store, KeyedArchiver& archiver, std::string_view key,
+                    RecordForm form) {
   const auto object = store.objectForKey(key);
   const auto* data = object ? object->as<Data>() : nullptr;
   auto records = data != nullptr ? archiver.unarchiveObjectWithData(*data) : std::nullopt;
   if (!records) return {};
   const bool whole = std::all_of(records->begin(), records->end(),
-                                 [&](const auto& record) { return isPublished(record, fans); });
+                                 [&](const auto& record) { return isPublished(record, form); });
   return whole ? std::move(*records) : Array{};
 }
 
 }  // namespace
 
-void AppDelegate::publishSensors(const Array& fresh, std::string_view key) {
+void AppDelegate::publishSensors(const Array& fresh, RecordForm form, std::string_view key) {
   if (fresh.empty()) return;
-  Array stored =
-      storedRecords(*SharedDefaults, platform_.archiver, key, isFan(recordOf(fresh.front())));
-  const Array records =
-      stored.size() == fresh.size() ? merged(fresh, std::move(stored)) : rewritten(fresh);
+  Array stored = storedRecords(*SharedDefaults, platform_.archiver, key, form);
+  const Array records = stored.size() == fresh.size() ? merged(fresh, std::move(stored), form)
+                                                      : rewritten(fresh, form);
   SharedDefaults->setObject(platform_.archiver.archivedDataWithRootObject(records), key);
 }
 
 void AppDelegate::getFanSpeed() {
   smcFanSensors = std::make_unique<SMCFanSensors>(smcSession_);
-  publishSensors(smcFanSensors->getFans(), kFanSpeedValuesKey);
+  publishSensors(smcFanSensors->getFans(), RecordForm::fan, kFanSpeedValuesKey);
 }
 
 void AppDelegate::getTemperature() {
   smcTempSensors = std::make_unique<SMCTempSensors>(smcSession_, platform_.ataSmart);
-  publishSensors(smcTempSensors->getTemps(), kTempValuesKey);
+  publishSensors(smcTempSensors->getTemps(), RecordForm::reading, kTempValuesKey);
 }
 
 void AppDelegate::getVoltage() {
   smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
-  publishSensors(smcVoltageSensors->getVoltages(), kVoltageValuesKey);
+  publishSensors(smcVoltageSensors->getVoltages(), RecordForm::reading, kVoltageValuesKey);
 }
 
 void AppDelegate::getPower() {
   smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
-  publishSensors(smcVoltageSensors->getPower(), kPowerValuesKey);
+  publishSensors(smcVoltageSensors->getPower(), RecordForm::reading, kPowerValuesKey);
 }
 
 void AppDelegate::getCurrent() {
   smcVoltageSensors = std::make_unique<SMCVoltageSensors>(smcSession_);
-  publishSensors(smcVoltageSensors->getCurrent(), kCurrentValuesKey);
+  publishSensors(smcVoltageSensors->getCurrent(), RecordForm::reading, kCurrentValuesKey);
 }
 
 }  // namespace tarvel

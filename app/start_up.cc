@@ -3,7 +3,6 @@
 
 #include "app/app_delegate.h"
 #include "platform/bundle.h"
-#include "platform/file_manager.h"
 #include "platform/running_applications.h"
 #include "platform/task.h"
 #include "platform/updater.h"
@@ -24,7 +23,9 @@ constexpr auto kCyclePeriod = 3s;
 }  // namespace
 
 AppDelegate::AppDelegate(const Platform& platform)
-    : platform_(platform), smcSession_(platform.appleSMC, platform.systemLog) {}
+    : platform_(platform),
+      iconCache_(platform.workspace, platform.fileManager),
+      smcSession_(platform.appleSMC, platform.systemLog) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -66,11 +67,7 @@ void AppDelegate::ClearSensorValues() {
   SharedDefaults->setBool(false, kClearSensorsKey);
 }
 
-void AppDelegate::CleanCache() {
-  const auto container =
-      platform_.fileManager.containerURLForSecurityApplicationGroupIdentifier(kSuiteName);
-  if (container) platform_.fileManager.removeItemAtPath(*container + std::string(kIconDirectory));
-}
+void AppDelegate::CleanCache() { iconCache_.clear(); }
 
 Updater& AppDelegate::updater() { return platform_.updaters.updaterForBundle(kHelperIdentifier); }
 

@@ -66,7 +66,7 @@ double coldLookup(const std::filesystem::path& home, const std::string& icon,
   for (int i = 0; i < kColdLookups; ++i) {
     const auto workspace = makeLinuxWorkspace(
         {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
-    const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
+    const IconCache cache(*workspace, *files);
     files->removeItemAtPath((home / "data" / kSuiteName).string() + std::string(kIconDirectory));
     const auto start = Clock::now();
     cache.iconValue(::getpid(), "icon_lookup  ");
@@ -79,7 +79,7 @@ double warmLookup(const char* iconProgram) {
   const auto files = makeFileManager();
   const auto workspace = makeLinuxWorkspace(
       {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
-  const IconCache cache(*workspace, *files, kSuiteName, kIconDirectory);
+  const IconCache cache(*workspace, *files);
   cache.iconValue(::getpid(), "icon_lookup  ");
   const auto start = Clock::now();
   for (int i = 0; i < kWarmLookups; ++i) cache.iconValue(::getpid(), "icon_lookup  ");

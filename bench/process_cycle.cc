@@ -31,6 +31,7 @@
 #include "platform/host/store/defaults_store.h"
 #include "platform/linux/processes/process_table.h"
 #include "process/process_usage.h"
+#include "programs/helper/process_lists.h"
 
 namespace tarvel {
 namespace {
@@ -110,9 +111,7 @@ class Cycle {
       : log_(makeSystemLog()),
         store_("org.tarvel.bench", *log_),
         archiver_(makeKeyedArchiver()),
-        table_({{std::string(kCPUSampler.command), ProcessListKind::cpu, 30},
-                {std::string(kMemorySampler.command), ProcessListKind::memory, 30},
-                {std::string(kEnergySampler.command), ProcessListKind::energy, 50}}) {}
+        table_(processListCommands()) {}
 
   void run() {
     publish(kCPUSampler, "CPUAppUsage");

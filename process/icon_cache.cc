@@ -5,6 +5,7 @@
 #include "platform/file_manager.h"
 #include "platform/workspace.h"
 #include "process/process_usage.h"
+#include "product/identifiers.h"
 
 namespace tarvel {
 namespace {
@@ -41,12 +42,21 @@ std::string IconCache::iconValue(std::int32_t pid, std::string_view name) const 
   return fileName;
 }
 
+void IconCache::clear() const {
+  if (const auto folder = directory()) files_.removeItemAtPath(*folder);
+}
+
+std::optional<std::string> IconCache::directory() const {
+  auto path = files_.containerURLForSecurityApplicationGroupIdentifier(kSuiteName);
+  if (path) path->append(kIconDirectory);
+  return path;
+}
+
 void IconCache::ensureIconFile(const std::string& bundlePath, const std::string& fileName) const {
-  const auto container = files_.containerURLForSecurityApplicationGroupIdentifier(groupName_);
-  if (!container) return;
-  const std::string directory = *container + std::string(folderName_);
-  if (!files_.fileExistsAtPath(directory)) files_.createDirectoryAtPath(directory);
-  const std::string path = directory + fileName;
+  const auto folder = directory();
+  if (!folder) return;
+  if (!files_.fileExistsAtPath(*folder)) files_.createDirectoryAtPath(*folder);
+  const std::string path = *folder + fileName;
   if (files_.fileExistsAtPath(path)) return;
   const Icon icon = workspace_.iconForFile(bundlePath);
   const Data tiff = icon.representations.empty()

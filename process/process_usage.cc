@@ -39,19 +39,19 @@ void appendRecord(std::string line, const ProcessSampler& sampler, const IconLoo
 const ProcessSampler kCPUSampler = {
     R"(top -o cpu -l 2 -n 30 -stats pid,cpu,command | tail -n 30 | )"
     R"(awk '{print "<pid>"$1"</pid><name>"$3,$4,$5"</name><cpu>"$2"</cpu></item>"}')",
-    false};
+    30, false};
 
 const ProcessSampler kMemorySampler = {
     R"(top -o mem -l 2 -n 30 -stats pid,mem,cmprs,command | tail -n 30 | )"
     R"(awk '{print "<pid>"$1"</pid><name>"$4,$5,$6"</name>)"
     R"(<mem>"$2"</mem><cmprs>"$3"</cmprs></item>"}')",
-    false};
+    30, false};
 
 const ProcessSampler kEnergySampler = {
     R"(top -o power -l 2 -n 50 -stats pid,power,user,command | tail -n 50 | )"
     R"(awk '{print "<pid>"$1"</pid><name>"$4,$5,$6"</name>)"
     R"(<power>"$2"</power><user>"$3"</user></item>"}')",
-    true};
+    50, true};
 
 std::string runSampler(const ProcessSampler& sampler, Tasks& tasks) {
   return tasks.launchAndReadOutput("/bin/sh", {"-c", std::string(sampler.command)});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -19,6 +20,7 @@ class Tasks;
 
 struct ProcessSampler {
   std::string_view command;  // the whole text handed to "/bin/sh" "-c"
+  std::size_t rows;          // how many processes the command asks for
   bool applicationsOnly;     // leave out processes whose icon value is "unknown"
 };
 

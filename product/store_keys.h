@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 // The keys of the shared store: what viewers write there for the helper, and the readings that the
@@ -43,5 +44,15 @@ inline constexpr std::array<Panel, 8> kPanelTable = {{
     {"PowerSensorsDash", kPowerValuesKey},
     {"CurrentSensorsDash", kCurrentValuesKey},
 }};
+
+// Whether a table with a member `panel` has one row for each panel, in the same order. Tables that
+// say more about panels assert it, so that they cannot drift apart.
+constexpr bool isOrderedAsPanels(const auto& rows) {
+  if (rows.size() != kPanelTable.size()) return false;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (rows[i].panel != kPanelTable[i].name) return false;
+  }
+  return true;
+}
 
 }  // namespace tarvel

@@ -23,7 +23,7 @@ SMCFanSensors::SMCFanSensors(SMCSession& session) : session_(session) { setFanNa
 void SMCFanSensors::setFanNames() { fanSensorName = kFanNames; }
 
 Array SMCFanSensors::getFans() {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
+  SMCWrapper& wrapper = session_.sharedWrapper();
   std::map<std::string, Array> valuesOfFan;
   std::optional<double> number;
   if (wrapper.readKeyIntoNumber("FNum", number)) {

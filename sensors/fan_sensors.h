@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-struct SMCSession;
+class SMCSession;
 class SMCWrapper;
 
 class SMCFanSensors {

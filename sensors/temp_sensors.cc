@@ -41,7 +41,7 @@ Array SMCTempSensors::getTemps() {
 }
 
 void SMCTempSensors::appendControllerReadings(Array& records) {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
+  SMCWrapper& wrapper = session_.sharedWrapper();
   int cores = 0;
   std::string text;
   for (const auto key : wrapper.getSupportedTempValues(smcTempKeys)) {

@@ -17,7 +17,7 @@
 namespace tarvel {
 
 class AtaSmart;
-struct SMCSession;
+class SMCSession;
 
 class SMCTempSensors {
  public:

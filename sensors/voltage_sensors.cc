@@ -36,7 +36,7 @@ Array SMCVoltageSensors::getCurrent() { return readings(smcCurrentKeys, smcCurre
 Array SMCVoltageSensors::getPower() { return readings(smcPowerKeys, smcPowerSensorName); }
 
 Array SMCVoltageSensors::readings(SensorKeys keys, SensorNames names) {
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session_);
+  SMCWrapper& wrapper = session_.sharedWrapper();
   Array records;
   std::string text;
   for (const auto key : wrapper.getSupportedTempValues(keys)) {

@@ -9,7 +9,7 @@
 
 namespace tarvel {
 
-struct SMCSession;
+class SMCSession;
 
 class SMCVoltageSensors {
  public:

@@ -30,42 +30,38 @@ std::uint32_t codeOfKey(std::string_view key) {
 
 }  // namespace
 
-SMCSession::SMCSession(AppleSMC& service, SystemLog& log) : appleSMC(service), systemLog(log) {}
-
-SMCSession::~SMCSession() = default;
-
-SMCWrapper& SMCWrapper::sharedWrapper(SMCSession& session) {
-  if (!session.shared) session.shared = std::make_unique<SMCWrapper>(session);
-  return *session.shared;
+SMCWrapper& SMCSession::sharedWrapper() {
+  if (!shared_) shared_.emplace(appleSMC_, systemLog_);
+  return *shared_;
 }
 
-SMCWrapper::SMCWrapper(SMCSession& session) : session_(session) {
-  if (!SMCOpen()) session_.systemLog.NSLog("Unable to open SMC.");
+SMCWrapper::SMCWrapper(AppleSMC& appleSMC, SystemLog& systemLog)
+    : appleSMC_(appleSMC), systemLog_(systemLog) {
+  if (!SMCOpen()) systemLog_.NSLog("Unable to open SMC.");
 }
 
 SMCWrapper::~SMCWrapper() { SMCClose(); }
 
 bool SMCWrapper::SMCOpen() {
-  const auto match = session_.appleSMC.IOServiceGetMatchingServices("AppleSMC");
+  const auto match = appleSMC_.IOServiceGetMatchingServices("AppleSMC");
   if (match.code != 0) return failOpening("IOServiceGetMatchingServices", match.code);
   if (match.first == 0) {
     std::puts("Error: no SMC found");
     std::fflush(stdout);
     return false;
   }
-  const auto code =
-      session_.appleSMC.IOServiceOpen(match.first, kConnectionType, session_.connection);
+  const auto code = appleSMC_.IOServiceOpen(match.first, kConnectionType, connection_);
   return code == 0 || failOpening("IOServiceOpen", code);
 }
 
-void SMCWrapper::SMCClose() { session_.appleSMC.IOServiceClose(session_.connection); }
+void SMCWrapper::SMCClose() { appleSMC_.IOServiceClose(connection_); }
 
 std::uint32_t SMCWrapper::SMCCallForKeyDataOutputKeyDataIn(std::uint32_t selector,
                                                            const SMCKeyData& input,
                                                            SMCKeyData& output) {
   SMCRecordBytes answer = encode(output);
-  const auto code = session_.appleSMC.IOConnectCallStructMethod(session_.connection, selector,
-                                                                encode(input), answer);
+  const auto code =
+      appleSMC_.IOConnectCallStructMethod(connection_, selector, encode(input), answer);
   output = decode(answer);
   return code;
 }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -19,22 +18,7 @@
 
 namespace tarvel {
 
-class SMCWrapper;
 class SystemLog;
-
-// What a process has once: the connection handle and the shared instance that uses it. Lives as
-// long as its owner, the application's delegate.
-struct SMCSession {
-  SMCSession(AppleSMC& service, SystemLog& log);
-  ~SMCSession();
-  SMCSession(const SMCSession&) = delete;
-  SMCSession& operator=(const SMCSession&) = delete;
-
-  AppleSMC& appleSMC;
-  SystemLog& systemLog;
-  AppleSMC::Connection connection = 0;  // 0 until one is opened
-  std::unique_ptr<SMCWrapper> shared;
-};
 
 // One key as it was read. Whatever a failed read did not reach is zero.
 struct SMCValue {
@@ -46,11 +30,9 @@ struct SMCValue {
 
 class SMCWrapper {
  public:
-  // The session's instance, made when first asked for.
-  static SMCWrapper& sharedWrapper(SMCSession& session);
-
-  // Opens the connection. An instance without one is as good as any: its reads fail.
-  explicit SMCWrapper(SMCSession& session);
+  // Opens the connection. An instance without one is as good as any: its reads fail. The services
+  // outlive the instance.
+  SMCWrapper(AppleSMC& appleSMC, SystemLog& systemLog);
   ~SMCWrapper();
   SMCWrapper(const SMCWrapper&) = delete;
   SMCWrapper& operator=(const SMCWrapper&) = delete;
@@ -82,7 +64,25 @@ class SMCWrapper {
                                                            std::string_view type, ValueText buffer);
 
  private:
-  SMCSession& session_;
+  AppleSMC& appleSMC_;
+  SystemLog& systemLog_;
+  AppleSMC::Connection connection_ = 0;  // 0 until one is opened
+};
+
+// Owns the one wrapper that a process has. The application's delegate holds it, and every catalogue
+// reaches the controller through it.
+class SMCSession {
+ public:
+  SMCSession(AppleSMC& appleSMC, SystemLog& systemLog)
+      : appleSMC_(appleSMC), systemLog_(systemLog) {}
+
+  // The shared instance, made, and so connected, when it is first asked for.
+  SMCWrapper& sharedWrapper();
+
+ private:
+  AppleSMC& appleSMC_;
+  SystemLog& systemLog_;
+  std::optional<SMCWrapper> shared_;
 };
 
 }  // namespace tarvel

@@ -19,9 +19,9 @@ using Bytes = std::vector<std::uint8_t>;
 struct Machine {
   FakeSMC smc;
   KeptLog log;
-  SMCSession session{smc, log};
+  std::optional<SMCSession> session{std::in_place, smc, log};
 
-  SMCWrapper& wrapper() { return SMCWrapper::sharedWrapper(session); }
+  SMCWrapper& wrapper() { return session->sharedWrapper(); }
   void hold(const std::string& key, const std::string& type, const Bytes& bytes) {
     smc.keys[key] = {type, static_cast<std::uint32_t>(bytes.size()), bytes};
   }
@@ -180,7 +180,7 @@ TEST(SMC, OpensOnceAndSaysWhyNot) {
     const std::vector<std::string> line{"Unable to open SMC."};
     EXPECT_EQ(machine.log.lines, row.opened ? std::vector<std::string>{} : line);
     EXPECT_EQ(std::ranges::count(machine.smc.calls, "match AppleSMC"), 1);
-    machine.session.shared.reset();
+    machine.session.reset();
     EXPECT_EQ(machine.smc.calls.back(), row.opened ? "close 7" : "close 0");
   }
 }

@@ -10,21 +10,23 @@ namespace tarvel::viewer {
 namespace {
 
 struct PanelLabel {
+  std::string_view panel;
   std::string_view shortName;
   std::string_view title;
 };
 
 // One for each panel, in the order of the panel table.
 constexpr std::array<PanelLabel, kPanelTable.size()> kLabels = {{
-    {"cpu", "Processor"},
-    {"memory", "Memory"},
-    {"energy", "Energy"},
-    {"fans", "Fans"},
-    {"temperatures", "Temperatures"},
-    {"voltages", "Voltages"},
-    {"powers", "Powers"},
-    {"currents", "Currents"},
+    {"ProcessesDash", "cpu", "Processor"},
+    {"AllocationDash", "memory", "Memory"},
+    {"EnergyDash", "energy", "Energy"},
+    {"FansDash", "fans", "Fans"},
+    {"TempsDash", "temperatures", "Temperatures"},
+    {"VoltageSensorsDash", "voltages", "Voltages"},
+    {"PowerSensorsDash", "powers", "Powers"},
+    {"CurrentSensorsDash", "currents", "Currents"},
 }};
+static_assert(isOrderedAsPanels(kLabels));
 
 const PanelLabel& labelOf(std::string_view panel) {
   const auto place = std::find_if(kPanelTable.begin(), kPanelTable.end(),

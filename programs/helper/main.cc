@@ -23,6 +23,7 @@
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "process/process_usage.h"
 #include "product/identifiers.h"
+#include "programs/helper/process_lists.h"
 
 // The helper on a Linux machine: composition only. Arguments are ignored.
 
@@ -38,9 +39,7 @@ int main() {
   const auto authorization = makeLinuxAuthorization(*bundle, *systemLog);
   const auto fileManager = makeFileManager();
   const auto archiver = makeKeyedArchiver();
-  ProcessTable processes({{std::string(kCPUSampler.command), ProcessListKind::cpu, 30},
-                          {std::string(kMemorySampler.command), ProcessListKind::memory, 30},
-                          {std::string(kEnergySampler.command), ProcessListKind::energy, 50}});
+  ProcessTable processes(processListCommands());
   const auto tasks =
       makeLinuxTasks([&](const std::string& command) { return processes.answer(command); });
   const auto userDefaults = makeUserDefaultsSuites(*systemLog);

@@ -106,7 +106,7 @@ Counts countSensors(SystemLog& log, const std::string& root) {
   const auto service = makeLinuxAppleSMC(options);
   if (service->IOServiceGetMatchingServices("AppleSMC").first == 0) return {};
   SMCSession session(*service, log);
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session);
+  SMCWrapper& wrapper = session.sharedWrapper();
   const auto count = [&](const auto& names) {
     return wrapper.getSupportedTempValues(keysOf(names)).size();
   };

@@ -54,7 +54,7 @@ Json keyRecord(const SMCValue& value) {
 void recordController(const RecordSources& sources, Json& machine) {
   if (sources.appleSMC.IOServiceGetMatchingServices("AppleSMC").first == 0) return;
   SMCSession session(sources.appleSMC, sources.systemLog);
-  SMCWrapper& wrapper = SMCWrapper::sharedWrapper(session);
+  SMCWrapper& wrapper = session.sharedWrapper();
   Json keys = Json::object();
   for (const auto& key : catalogueKeys()) {
     SMCValue value;

@@ -16,6 +16,7 @@
 #include "platform/system_log.h"
 #include "process/process_usage.h"
 #include "product/identifiers.h"
+#include "programs/helper/process_lists.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/output.h"
 #include "programs/tarvel/replace_file.h"
