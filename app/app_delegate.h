@@ -17,7 +17,7 @@
 #include "smc/smc_wrapper.h"
 
 // The helper itself: what it does when launching has finished, in each collection cycle, for each
-// collection, and before it ends. It decides and publishes; all measuring is done by the rooms
+// collection, and before it ends. It decides and publishes; all measuring is done by the components
 // below it, every service of the machine is reached through the platform.
 //
 // Start-up, cycles, sensor collections and updater calls happen on the main thread. Process

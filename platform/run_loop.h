@@ -21,14 +21,14 @@ class Timer {
  public:
   virtual ~Timer() = default;
 
-  virtual void fire() = 0;  // runs the action now; the beat stays as it is
+  virtual void fire() = 0;  // runs the action now; the schedule stays as it is
 };
 
 class RunLoop {
  public:
   virtual ~RunLoop() = default;
 
-  // Runs the action on the main thread at start plus whole multiples of the interval. Beats missed
+  // Runs the action on the main thread at start plus whole multiples of the interval. Firings missed
   // while something else ran, or while the machine slept, are dropped. The run loop owns the timer.
   virtual Timer& scheduledTimer(std::chrono::milliseconds interval,
                                 std::function<void()> action) = 0;

@@ -41,8 +41,8 @@ class BeatTimer : public Timer {
   void fire() override { action_(); }
   Clock::time_point due() const { return next_; }
 
-  // Runs the action once, however many beats have passed, and moves to the first beat to come.
-  void beat() {
+  // Runs the action once, however many firings were missed, and moves to the next one.
+  void fireDue() {
     action_();
     const auto passed = Clock::now() - next_;
     next_ += (passed / period_ + 1) * period_;
@@ -176,7 +176,7 @@ class PollRunLoop : public LinuxRunLoop {
 
   void runBeats() {
     for (std::size_t i = 0; i < timers_.size() && !terminated_; ++i) {
-      if (timers_[i]->due() <= Clock::now()) timers_[i]->beat();
+      if (timers_[i]->due() <= Clock::now()) timers_[i]->fireDue();
     }
   }
 

@@ -4,7 +4,7 @@
 
 #include "platform/run_loop.h"
 
-// The main loop on poll(2): between beats the process sleeps in one system call. SIGTERM, SIGINT
+// The main loop on poll(2): between firings the process sleeps in one system call. SIGTERM, SIGINT
 // and SIGHUP terminate the application. Time is CLOCK_MONOTONIC, which stands still while the
 // machine is suspended.
 

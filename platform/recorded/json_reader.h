@@ -9,7 +9,7 @@
 
 // Reading JSON against a format: each reader takes the value and the place where it stands, such as
 // "smc.keys.TC0P.size", and throws Misfit naming that place where the value is of another kind.
-// Misfit never leaves the room.
+// Misfit never leaves the component.
 
 namespace tarvel::recorded {
 

@@ -12,7 +12,7 @@
 #include "platform/recorded/playback.h"
 #include "platform/run_loop.h"
 
-// The main loop on a virtual clock and a single thread: a beat is the delayed work that is due, the
+// The main loop on a virtual clock and a single thread: a step is the delayed work that is due, the
 // timer's action, then the background work that it started, in the order of its start. Nothing
 // waits for real time.
 
@@ -25,7 +25,7 @@ class RecordedRunLoop : public RunLoop {
   RecordedRunLoop(const RecordedRunLoop&) = delete;
   RecordedRunLoop& operator=(const RecordedRunLoop&) = delete;
 
-  // Launches the application and lets its timer beat until this many cycles have run, then
+  // Launches the application and lets its timer fire until this many cycles have run, then
   // terminates it, or just leaves it where abandoned. Returns earlier when it terminates itself.
   void run(ApplicationDelegate& application, std::size_t cycles, bool abandon);
 
