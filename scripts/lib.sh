@@ -1,21 +1,29 @@
 # What the scripts share. Sourced, with the project's folder as the working folder.
 
+# as_root COMMAND…: runs it as it is for root, by sudo for a user.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "tarvel: sudo is needed for: $*" >&2
+    return 1
+  fi
+}
+
 # install_packages GROUP…: installs what is missing of these groups of scripts/packages.
 install_packages() {
-  local wanted missing=() package sudo=()
+  local wanted missing=() package
   wanted=$(awk -v groups=" $* " '!/^#/ && index(groups, " " $1 " ") {print $2}' scripts/packages)
   for package in $wanted; do
     dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
       missing+=("$package")
   done
   [ ${#missing[@]} -gt 0 ] || return 0
-  if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || { echo "tarvel: sudo is needed to install: ${missing[*]}" >&2; return 1; }
-    sudo=(sudo)
-  fi
   echo "Installing ${missing[*]}" >&2
-  "${sudo[@]}" apt-get update -qq >&2
-  "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+  as_root apt-get update -qq >&2
+  as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
