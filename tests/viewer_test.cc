@@ -1,3 +1,4 @@
+#include "product/identifiers.h"
 #include "tests/viewer_fixture.h"
 
 namespace tarvel {
@@ -65,6 +66,11 @@ TEST_F(ViewerTest, EveryCommandExplainsItself) {
     EXPECT_NE(ended.output.find("--help"), std::string::npos) << ended.output;
   }
   EXPECT_EQ(tarvel({"--version"}).output, "tarvel 1.2.5\n");
+  // Spelled once in the build, and once by hand where a package's changelog must name it.
+  const std::string plist = contentsOf(TARVEL_BUNDLE "/Info.plist");
+  EXPECT_NE(plist.find("<key>CFBundleVersion</key>\n\t<string>1.2.5</string>"), plist.npos);
+  EXPECT_NE(plist.find("<string>" + std::string(kHelperIdentifier) + "</string>"), plist.npos);
+  EXPECT_TRUE(contentsOf(TARVEL_CHANGELOG).starts_with("tarvel (1.2.5"));
 }
 
 TEST_F(ViewerTest, PanelsAreSwitchedInAllEntriesThatNameThemAndNothingElseChanges) {
