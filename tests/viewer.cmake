@@ -1,3 +1,5 @@
+tarvel_test(machine SOURCES machine_test.cc USES tarvel_machine)
+
 tarvel_test(viewer SOURCES export_test.cc viewer_test.cc USES tarvel_commands)
 target_compile_definitions(viewer_test PRIVATE
   TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>"

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/host/files/file_descriptor.h"
+
+// A small file of /proc or /sys that is read again and again.
+
+namespace tarvel::viewer {
+
+class KeptFile {
+ public:
+  explicit KeptFile(std::string path) : path_(std::move(path)) {}
+
+  // The file's text as it is now, valid until the next read; empty where it cannot be read. The
+  // descriptor stays open, which saves most of the cost of a reading; one that fails is opened anew
+  // at the next call.
+  std::string_view read();
+
+ private:
+  std::string path_;
+  FileDescriptor file_;
+  std::string text_;
+};
+
+// Takes the next word of the text, words being parted by blanks, and leaves the rest; empty at the
+// end.
+std::string_view takeWord(std::string_view& text);
+
+// Takes the text up to the next line break.
+std::string_view takeLine(std::string_view& text);
+
+// The whole number that the text begins with; 0 without one.
+std::uint64_t wholeNumber(std::string_view text);
+
+// The decimal number that the text begins with; 0 without one.
+double decimalNumber(std::string_view text);
+
+}  // namespace tarvel::viewer
