@@ -57,8 +57,8 @@ TEST_F(StoreTest, KeepsEveryKindOfValue) {
     EXPECT_EQ(other.get("key"), value);
     EXPECT_EQ(other.dictionaryRepresentation(), (Dictionary{{"key", value}}));
   }
-  EXPECT_TRUE(other.remove("key"));
-  EXPECT_FALSE(store.remove("key"));
+  EXPECT_EQ(other.remove("key"), DefaultsStore::Removal::removed);
+  EXPECT_EQ(store.remove("key"), DefaultsStore::Removal::absent);
   EXPECT_FALSE(store.get("key"));
   const std::string keys[] = {"", std::string("k\0", 2), "ключ", "key' OR 1"};
   for (const std::string& key : keys) store.set(key, key);
@@ -111,6 +111,27 @@ TEST_F(StoreTest, ServesTheUserDefaults) {
   defaults->setObject(Data{1, 2}, "data");
   EXPECT_EQ(store.dictionaryRepresentation(),
             (Dictionary{{"flag", false}, {"version", "1.2.5"}, {"data", Data{1, 2}}}));
+}
+
+// A request that cannot be taken out of a locked store is acted on once.
+TEST_F(StoreTest, HidesWhatItCouldNotRemoveUntilItIsWrittenAnew) {
+  const auto defaults = makeUserDefaultsSuites(log)->initWithSuiteName(kSuite);
+  DefaultsStore viewer(kSuite, log);
+  viewer.set("request", true);
+  sqlite3* other = nullptr;
+  sqlite3_open(file().c_str(), &other);
+  sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+  EXPECT_TRUE(defaults->boolForKey("request"));
+  defaults->removeObjectForKey("request");
+  EXPECT_FALSE(defaults->boolForKey("request"));
+  EXPECT_FALSE(defaults->valueForKey("request"));
+  EXPECT_EQ(viewer.get("request"), PropertyList(true));
+  sqlite3_close(other);
+  EXPECT_FALSE(defaults->boolForKey("request"));
+  EXPECT_FALSE(viewer.get("request"));
+  viewer.set("request", true);
+  EXPECT_TRUE(defaults->boolForKey("request"));
+  EXPECT_EQ(log.lines.size(), 1U);
 }
 
 TEST_F(StoreTest, TreatsAValueThatIsNoneAsAbsent) {
@@ -176,7 +197,7 @@ TEST_F(StoreTest, LeavesANewerFileAlone) {
     DefaultsStore store(kSuite, log);
     EXPECT_FALSE(store.get("key"));
     EXPECT_FALSE(store.set("key", 2));
-    EXPECT_FALSE(store.remove("key"));
+    EXPECT_EQ(store.remove("key"), DefaultsStore::Removal::failed);
     EXPECT_FALSE(store.change("key", [](const auto&) { return PropertyList(3); }));
   }
   EXPECT_EQ(contentsOf(file()), before);

@@ -59,7 +59,11 @@ int writeDefaultsData(DefaultsStore& defaults, const std::string& key, const std
 }
 
 int deleteDefaults(DefaultsStore& defaults, const std::string& key) {
-  if (!defaults.remove(key)) throw CommandError(kNothing, key, "no such key");
+  const auto removal = defaults.remove(key);
+  if (removal == DefaultsStore::Removal::absent) throw CommandError(kNothing, key, "no such key");
+  if (removal == DefaultsStore::Removal::failed) {
+    throw CommandError(kNothing, key, "cannot be removed");
+  }
   return kDone;
 }
 

@@ -77,10 +77,34 @@ bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
   });
 }
 
-bool DefaultsStore::remove(std::string_view key) {
+DefaultsStore::Removal DefaultsStore::remove(std::string_view key) {
   bool wasThere = false;
-  perform([&](DefaultsDatabase& database) { return database.remove(key, wasThere); });
-  return wasThere;
+  const bool done = perform([&](DefaultsDatabase& database) {
+    const auto status = database.remove(key, wasThere);
+    if (status == DatabaseStatus::failed) report("a value cannot be removed");
+    return status;
+  });
+  if (!done) return Removal::failed;
+  return wasThere ? Removal::removed : Removal::absent;
+}
+
+DefaultsStore::Removal DefaultsStore::removeUnchanged(std::string_view key,
+                                                      const PropertyList& value) {
+  bool removed = false;
+  const bool done = perform([&](DefaultsDatabase& database) {
+    removed = false;
+    auto status = database.begin();
+    if (status != DatabaseStatus::done) return status;
+    std::optional<Data> blob;
+    status = database.read(key, blob);
+    if (status == DatabaseStatus::done && decoded(blob) == value) {
+      status = database.remove(key, removed);
+    }
+    const auto ended = database.end(status == DatabaseStatus::done);
+    return status == DatabaseStatus::done ? ended : status;
+  });
+  if (!done) return Removal::failed;
+  return removed ? Removal::removed : Removal::absent;
 }
 
 bool DefaultsStore::change(std::string_view key, const Edit& edit) {
@@ -180,9 +204,7 @@ void DefaultsStore::setAside() {
 void DefaultsStore::report(std::string_view what) {
   std::string line = "store " + suite_ + ": ";
   line.append(what);
-  if (line == reported_) return;
-  log_.NSLog(line);
-  reported_ = std::move(line);
+  if (reported_.insert(line).second) log_.NSLog(line);
 }
 
 }  // namespace tarvel

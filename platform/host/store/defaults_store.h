@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -57,8 +58,15 @@ class DefaultsStore {
   // Whether the value is stored now.
   bool set(std::string_view key, const PropertyList& value);
 
-  // Whether the key was there and is gone.
-  bool remove(std::string_view key);
+  enum class Removal {
+    removed,
+    absent,  // nothing, or with removeUnchanged another value, stood there
+    failed,  // the key is there as before, or cannot be looked at
+  };
+  Removal remove(std::string_view key);
+
+  // Removes the key where it still holds this value.
+  Removal removeUnchanged(std::string_view key, const PropertyList& value);
 
   // Reads, edits and writes one value in one transaction, which no other writer interrupts. Whether
   // a new value was stored. Where a file turns out damaged meanwhile, the edit runs once more.
@@ -82,10 +90,12 @@ class DefaultsStore {
   std::string path_;
   std::unique_ptr<DefaultsDatabase> database_;
   std::uint64_t opened_ = 0;
-  std::string reported_;  // what the log was told last, so as to tell it once
+  std::set<std::string, std::less<>> reported_;  // what the log was told since the file was opened
 };
 
-// The user defaults over such stores; each handle is a store of its own.
+// The user defaults over such stores; each handle is a store of its own. A key whose removal failed
+// reads as absent from then on, until somebody has stored another value or the removal, which every
+// look at the key tries again, has succeeded: what asked for it is not taken for a new request.
 std::unique_ptr<UserDefaultsSuites> makeUserDefaultsSuites(SystemLog& log);
 
 }  // namespace tarvel

@@ -1,3 +1,7 @@
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -7,16 +11,52 @@
 namespace tarvel {
 namespace {
 
+using Removal = DefaultsStore::Removal;
+
+// The keys that could not be removed, each with the value that was to go; none while that could not
+// be read.
+class UnfinishedRemovals {
+ public:
+  explicit UnfinishedRemovals(DefaultsStore& store) : store_(store) {}
+
+  void add(std::string_view key) {
+    auto value = store_.get(key);
+    const std::lock_guard lock(mutex_);
+    values_[std::string(key)] = std::move(value);
+  }
+
+  // Whether the key is to be absent although this value stands there; tries to remove it again.
+  bool hides(std::string_view key, const std::optional<PropertyList>& value) {
+    const std::lock_guard lock(mutex_);
+    const auto unfinished = values_.find(key);
+    if (unfinished == values_.end()) return false;
+    auto& doomed = unfinished->second;
+    if (!doomed) doomed = value;
+    const bool isNew = value && value != doomed;
+    if (isNew || (doomed && store_.removeUnchanged(key, *doomed) != Removal::failed)) {
+      values_.erase(unfinished);
+    }
+    return !isNew;
+  }
+
+ private:
+  DefaultsStore& store_;
+  std::mutex mutex_;  // guards what follows
+  std::map<std::string, std::optional<PropertyList>, std::less<>> values_;
+};
+
 class StoredUserDefaults : public UserDefaults {
  public:
   StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log) {}
 
   std::optional<PropertyList> objectForKey(std::string_view key) override {
-    return store_.get(key);
+    auto value = store_.get(key);
+    if (removals_.hides(key, value)) return std::nullopt;
+    return value;
   }
-  bool valueForKey(std::string_view key) override { return store_.get(key).has_value(); }
+  bool valueForKey(std::string_view key) override { return objectForKey(key).has_value(); }
   bool boolForKey(std::string_view key) override {
-    const auto object = store_.get(key);
+    const auto object = objectForKey(key);
     return object && boolValue(*object);
   }
   void setObject(const Data& data, std::string_view key) override { store_.set(key, data); }
@@ -24,10 +64,13 @@ class StoredUserDefaults : public UserDefaults {
     store_.set(key, std::string(text));
   }
   void setBool(bool flag, std::string_view key) override { store_.set(key, flag); }
-  void removeObjectForKey(std::string_view key) override { store_.remove(key); }
+  void removeObjectForKey(std::string_view key) override {
+    if (store_.remove(key) == Removal::failed) removals_.add(key);
+  }
 
  private:
   DefaultsStore store_;
+  UnfinishedRemovals removals_{store_};
 };
 
 class StoredUserDefaultsSuites : public UserDefaultsSuites {
