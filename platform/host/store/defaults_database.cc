@@ -1,5 +1,6 @@
 #include "platform/host/store/defaults_database.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -12,7 +13,6 @@ namespace tarvel {
 namespace {
 
 constexpr std::int64_t kSchemaVersion = 1;
-constexpr std::chrono::milliseconds kPatience{2000};
 constexpr std::chrono::milliseconds kPause{5};
 
 // Small caches: the values are few, and the helper is to stay small.
@@ -38,6 +38,9 @@ DatabaseStatus statusOf(int code) {
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
       return DatabaseStatus::damaged;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return DatabaseStatus::busy;
     default:
       return DatabaseStatus::failed;
   }
@@ -93,8 +96,9 @@ void DefaultsDatabase::Close::operator()(sqlite3_stmt* statement) const {
 }
 
 std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path,
-                                                         DatabaseStatus& status) {
-  std::unique_ptr<DefaultsDatabase> database(new DefaultsDatabase);
+                                                         DatabaseStatus& status,
+                                                         std::chrono::milliseconds patience) {
+  std::unique_ptr<DefaultsDatabase> database(new DefaultsDatabase(patience));
   sqlite3* connection = nullptr;
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   int code = sqlite3_open_v2(path.c_str(), &connection, kFlags, nullptr);
@@ -102,10 +106,10 @@ std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path
   if (code == SQLITE_OK) {
     sqlite3_db_config(connection, SQLITE_DBCONFIG_LOOKASIDE, nullptr, kLookasideSize,
                       kLookasideCount);
-    sqlite3_busy_timeout(connection, static_cast<int>(kPatience.count()));
+    sqlite3_busy_timeout(connection, static_cast<int>(patience.count()));
     // While processes make the file at the same time, a step may find it busy without SQLite
     // waiting.
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     code = database->prepareFile();
     while (isPassing(code) && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::sleep_for(kPause);
@@ -133,18 +137,26 @@ int DefaultsDatabase::prepareFile() {
 
 // SQLite calls it after each commit of ours, with the length of the WAL.
 int DefaultsDatabase::foldLog(void* self, sqlite3* connection, const char* name, int pages) {
-  int& waitAt = static_cast<DefaultsDatabase*>(self)->waitForReadersAt_;
+  auto& database = *static_cast<DefaultsDatabase*>(self);
+  int& waitAt = database.waitForReadersAt_;
   if (pages < kFoldPages) {
     waitAt = kWaitPages;
   } else if (pages < waitAt) {
     sqlite3_wal_checkpoint_v2(connection, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
   } else {
     waitAt = pages + kWaitPages;
-    sqlite3_busy_timeout(connection, static_cast<int>(kReaderPatience.count()));
+    const auto patience = std::min(kReaderPatience, database.patience_);
+    sqlite3_busy_timeout(connection, static_cast<int>(patience.count()));
     sqlite3_wal_checkpoint_v2(connection, name, SQLITE_CHECKPOINT_RESTART, nullptr, nullptr);
-    sqlite3_busy_timeout(connection, static_cast<int>(kPatience.count()));
+    sqlite3_busy_timeout(connection, static_cast<int>(database.patience_.count()));
   }
   return SQLITE_OK;
+}
+
+void DefaultsDatabase::setPatience(std::chrono::milliseconds patience) {
+  if (patience == patience_) return;
+  patience_ = patience;
+  sqlite3_busy_timeout(connection_.get(), static_cast<int>(patience.count()));
 }
 
 int DefaultsDatabase::makeTable() {

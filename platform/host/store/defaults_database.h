@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,7 +11,7 @@
 #include "platform/property_list.h"
 
 // One connection to the database of a store: a table of keys and binary property lists in SQLite's
-// WAL mode. For one thread at a time. Calls wait two seconds at most for other processes.
+// WAL mode. For one thread at a time. Calls wait for other processes as long as the patience says.
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -20,13 +21,20 @@ namespace tarvel {
 enum class DatabaseStatus {
   done,
   damaged,  // the file is no database, or a part of it cannot be trusted
-  failed,   // anything else: no room, no permission, still busy
+  busy,     // another process held it for longer than the patience
+  failed,   // anything else: no room, no permission
 };
 
 class DefaultsDatabase {
  public:
+  static constexpr std::chrono::milliseconds kPatience{2000};
+
   // Opens the file, making it where there is none; null unless done.
-  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, DatabaseStatus& status);
+  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, DatabaseStatus& status,
+                                                std::chrono::milliseconds patience = kPatience);
+
+  // How long calls wait for other processes from now on; 0: not at all.
+  void setPatience(std::chrono::milliseconds patience);
 
   // Made by a later version of the product: nothing else may be asked of it.
   bool isNewer() const { return newer_; }
@@ -57,7 +65,7 @@ class DefaultsDatabase {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-  DefaultsDatabase() = default;
+  explicit DefaultsDatabase(std::chrono::milliseconds patience) : patience_(patience) {}
   static int foldLog(void* self, sqlite3* connection, const char* name, int pages);
   int prepareFile();
   int makeTable();
@@ -68,6 +76,7 @@ class DefaultsDatabase {
 
   std::unique_ptr<sqlite3, Close> connection_;  // closed after the statements
   Statement read_, readAll_, write_, remove_, dataVersion_;
+  std::chrono::milliseconds patience_;
   bool newer_ = false;
   int waitForReadersAt_ = 4000;  // pages of the WAL
 };

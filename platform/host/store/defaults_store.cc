@@ -20,13 +20,17 @@
 namespace tarvel {
 namespace {
 
-// The folder's lock, had within two seconds or not at all.
-FileDescriptor lockedFolder(const std::string& path) {
+constexpr auto kPatience = DefaultsDatabase::kPatience;
+constexpr std::chrono::milliseconds kImpatientFor{2000};  // after a call that waited in vain
+
+// The folder's lock, had within the patience or not at all.
+FileDescriptor lockedFolder(const std::string& path, std::chrono::milliseconds patience) {
+  constexpr std::chrono::milliseconds kPause{10};
   FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  constexpr int kTries = 200;
-  for (int i = 0; folder && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0; ++i) {
-    if (i == kTries) folder.reset();
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  while (folder && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (patience <= patience.zero()) folder.reset();
+    std::this_thread::sleep_for(kPause);
+    patience -= kPause;
   }
   return folder;
 }
@@ -38,6 +42,10 @@ std::string timeNow() {
   std::array<char, 32> text{};
   std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &utc);
   return text.data();
+}
+
+bool hasFailed(DatabaseStatus status) {
+  return status == DatabaseStatus::failed || status == DatabaseStatus::busy;
 }
 
 std::optional<PropertyList> decoded(const std::optional<Data>& blob) {
@@ -72,7 +80,7 @@ bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
   if (blob.empty()) return false;
   return perform([&](DefaultsDatabase& database) {
     const auto status = database.write(key, blob);
-    if (status == DatabaseStatus::failed) report("a value cannot be written");
+    if (hasFailed(status)) report("a value cannot be written");
     return status;
   });
 }
@@ -81,7 +89,7 @@ DefaultsStore::Removal DefaultsStore::remove(std::string_view key) {
   bool wasThere = false;
   const bool done = perform([&](DefaultsDatabase& database) {
     const auto status = database.remove(key, wasThere);
-    if (status == DatabaseStatus::failed) report("a value cannot be removed");
+    if (hasFailed(status)) report("a value cannot be removed");
     return status;
   });
   if (!done) return Removal::failed;
@@ -143,13 +151,41 @@ template <typename Operation>
 bool DefaultsStore::perform(Operation operation) {
   const std::lock_guard lock(mutex_);
   if (!ready()) return false;
-  auto status = operation(*database_);
+  auto status = attempt(operation);
   if (status == DatabaseStatus::damaged) {
     repair();
     if (!ready()) return false;
-    status = operation(*database_);
+    status = attempt(operation);
   }
   return status == DatabaseStatus::done;
+}
+
+template <typename Operation>
+DatabaseStatus DefaultsStore::attempt(Operation operation) {
+  const auto patienceNow = patience();
+  database_->setPatience(patienceNow);
+  const auto status = operation(*database_);
+  noteWait(status, patienceNow);
+  return status;
+}
+
+std::chrono::milliseconds DefaultsStore::patience() const {
+  const bool impatient = std::chrono::steady_clock::now() < impatientUntil_;
+  return impatient ? std::chrono::milliseconds(0) : kPatience;
+}
+
+// A call that waited in vain spares the next ones the wait.
+void DefaultsStore::noteWait(DatabaseStatus status, std::chrono::milliseconds patienceOfCall) {
+  if (status == DatabaseStatus::busy && patienceOfCall == kPatience) {
+    impatientUntil_ = std::chrono::steady_clock::now() + kImpatientFor;
+  }
+}
+
+std::unique_ptr<DefaultsDatabase> DefaultsStore::openFile(DatabaseStatus& status) {
+  const auto patienceNow = patience();
+  auto database = DefaultsDatabase::open(path_, status, patienceNow);
+  noteWait(status, patienceNow);
+  return database;
 }
 
 bool DefaultsStore::ready() {
@@ -163,11 +199,11 @@ bool DefaultsStore::open() {
   auto status = DatabaseStatus::failed;
   if (container) {
     path_ = *container + "/Library/Preferences/" + suite_ + ".sqlite";
-    database_ = DefaultsDatabase::open(path_, status);
+    database_ = openFile(status);
   }
   if (status == DatabaseStatus::damaged) {
     repair();
-    database_ = DefaultsDatabase::open(path_, status);
+    database_ = openFile(status);
   }
   if (!database_) {
     report("it cannot be opened");
@@ -182,10 +218,10 @@ bool DefaultsStore::open() {
 // Processes that find the file damaged take turns, so that none sets the next one's new file aside.
 void DefaultsStore::repair() {
   database_.reset();
-  const FileDescriptor turn = lockedFolder(path_.substr(0, path_.rfind('/')));
+  const FileDescriptor turn = lockedFolder(path_.substr(0, path_.rfind('/')), patience());
   if (!turn) return;
   auto status = DatabaseStatus::failed;
-  auto again = DefaultsDatabase::open(path_, status);
+  auto again = openFile(status);
   if (again && !again->isNewer() && !again->isSound()) status = DatabaseStatus::damaged;
   again.reset();
   if (status == DatabaseStatus::damaged) setAside();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -19,8 +20,9 @@
 //
 // Every call is safe from any thread of any number of processes; each write is whole and seen by
 // the next read of anybody, and a process may be killed at any instant. A call waits two seconds at
-// most for other processes and then fails. A store that cannot be opened reads as empty and takes
-// no writes; each call tries again.
+// most for other processes and then fails; in the two seconds after that, calls do not wait, so
+// that a locked store costs a series of calls no more than one wait. A store that cannot be opened
+// reads as empty and takes no writes; each call tries again.
 //
 // A file that is damaged is renamed, ".damaged-" and the time (UTC) appended, its -wal and -shm
 // with it, and a new one begun. A file with a newer user_version is left alone: all keys are absent
@@ -78,6 +80,11 @@ class DefaultsStore {
  private:
   template <typename Operation>
   bool perform(Operation operation);
+  template <typename Operation>
+  DatabaseStatus attempt(Operation operation);
+  std::chrono::milliseconds patience() const;
+  void noteWait(DatabaseStatus status, std::chrono::milliseconds patienceOfCall);
+  std::unique_ptr<DefaultsDatabase> openFile(DatabaseStatus& status);
   bool ready();
   bool open();
   void repair();
@@ -90,6 +97,7 @@ class DefaultsStore {
   std::string path_;
   std::unique_ptr<DefaultsDatabase> database_;
   std::uint64_t opened_ = 0;
+  std::chrono::steady_clock::time_point impatientUntil_;  // calls do not wait before
   std::set<std::string, std::less<>> reported_;  // what the log was told since the file was opened
 };
 
