@@ -178,6 +178,19 @@ TEST_F(StoreTest, SetsADamagedFileAsideAndBeginsAnew) {
   }
 }
 
+TEST_F(StoreTest, RunsNothingThatTheFileBringsAlong) {
+  DefaultsStore(kSuite, log).set("key", 1);
+  execute(
+      "CREATE TRIGGER endless AFTER UPDATE ON defaults BEGIN INSERT INTO defaults WITH RECURSIVE "
+      "n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i, x'' FROM n; END");
+  DefaultsStore store(kSuite, log);
+  EXPECT_TRUE(store.set("key", 2));
+  EXPECT_EQ(store.dictionaryRepresentation(), (Dictionary{{"key", 2}}));
+  execute("ALTER TABLE defaults RENAME TO t; CREATE VIEW defaults AS SELECT * FROM t");
+  EXPECT_FALSE(DefaultsStore(kSuite, log).get("key"));
+  EXPECT_FALSE(damaged().empty());
+}
+
 TEST_F(StoreTest, RepairsWhatIsDamagedWhileOpen) {
   DefaultsStore store(kSuite, log);
   DefaultsStore other(kSuite, log);

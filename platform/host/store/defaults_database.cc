@@ -51,6 +51,16 @@ bool isPassing(int code) {
   return primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_SCHEMA;
 }
 
+// Whoever may write the file may put a schema of his own into it: nothing in it is run but our
+// statements. Triggers would run with every write, for ever if they like; a view in the place of
+// the table counts as damage.
+void distrustSchema(sqlite3* connection) {
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+}
+
 // Makes a statement ready for its next use, whatever becomes of this one.
 class Use {
  public:
@@ -106,6 +116,7 @@ std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path
   if (code == SQLITE_OK) {
     sqlite3_db_config(connection, SQLITE_DBCONFIG_LOOKASIDE, nullptr, kLookasideSize,
                       kLookasideCount);
+    distrustSchema(connection);
     sqlite3_busy_timeout(connection, static_cast<int>(patience.count()));
     // While processes make the file at the same time, a step may find it busy without SQLite
     // waiting.
