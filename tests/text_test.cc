@@ -5,6 +5,7 @@
 
 #include "platform/property_list.h"
 #include "text/conversions.h"
+#include "text/printable_text.h"
 
 namespace tarvel {
 namespace {
@@ -107,6 +108,19 @@ TEST(Text, NumbersAreWholeTexts) {
       {"1 2", std::nullopt},
   };
   for (const auto& row : rows) EXPECT_EQ(numberFromText(row.text), row.value) << row.text;
+}
+
+TEST(Text, NothingThatIsShownObeysWhoeverWroteIt) {
+  const std::pair<const char*, const char*> rows[] = {{"Grüße 漢字 😀", "Grüße 漢字 😀"},
+                                                      {"\x1b[31m\n\x7f", "?[31m??"},
+                                                      {"\u0085\u009b", "??"},
+                                                      {"exe\u202etxt", "exe?txt"},
+                                                      {"\u2066a\u2069", "?a?"},
+                                                      {"\u200e\u061c", "??"},
+                                                      {"\u2028", "?"},
+                                                      {"\xff\xc2", "??"},
+                                                      {"a<b", "a?b"}};
+  for (const auto& [text, shown] : rows) EXPECT_EQ(printableText(text, "<"), shown);
 }
 
 TEST(Text, CaseIsFoldedToLowerBeforeComparing) {

@@ -140,6 +140,8 @@ TEST_F(ViewerTest, EveryKindOfValueComesBackFromTheStore) {
     EXPECT_EQ(json({"defaults", "read", "Key", "--json"}), Json::parse(text));
     EXPECT_EQ(tarvel({"defaults", "read", "Key", "--raw"}).status, 1) << "not a data value";
   }
+  EXPECT_EQ(tarvel({"defaults", "write", "Key", R"("\u009b\u007f\u202e")"}).status, 0);
+  EXPECT_EQ(tarvel({"defaults", "read", "Key"}).output, "\"\\u009b\\u007f\\u202e\"\n");
   EXPECT_EQ(json({"defaults", "read", "--json"}).size(), 1U);
   EXPECT_EQ(tarvel({"defaults", "delete", "Key"}).status, 0);
   EXPECT_EQ(tarvel({"defaults", "read", "Key"}).status, 1);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 // Which bytes are UTF-8. Pure functions, callable from any thread.
@@ -29,6 +30,17 @@ constexpr std::size_t utf8Length(std::string_view text) {
     return second && tail(2) && tail(3) ? 4 : 0;
   }
   return 0;
+}
+
+// The number of the well-formed character that is the whole text.
+constexpr std::uint32_t codePoint(std::string_view character) {
+  const auto bits = [&](std::size_t i, unsigned mask) {
+    return static_cast<unsigned char>(character[i]) & mask;
+  };
+  if (character.size() == 1) return bits(0, 0xFF);
+  std::uint32_t code = bits(0, 0x7FU >> character.size());
+  for (std::size_t i = 1; i < character.size(); ++i) code = code << 6 | bits(i, 0x3F);
+  return code;
 }
 
 constexpr bool isUTF8(std::string_view text) {
