@@ -229,6 +229,19 @@ TEST_F(StoreTest, GoesOnWithTheFileThatStandsThere) {
   EXPECT_EQ(other.get("key"), PropertyList(2));
 }
 
+TEST_F(StoreTest, BeginsAnewWhereTheFileWasEmptied) {
+  const auto defaults = makeUserDefaultsSuites(log)->initWithSuiteName(kSuite);
+  defaults->setValue("1.2.5", "version");
+  DefaultsStore other(kSuite, log);
+  other.set("key", 1);
+  std::filesystem::resize_file(file(), 0);
+  EXPECT_FALSE(defaults->valueForKey("key"));
+  EXPECT_TRUE(other.set("key", 2));
+  EXPECT_EQ(DefaultsStore(kSuite, log).dictionaryRepresentation(),
+            (Dictionary{{"key", 2}, {"version", "1.2.5"}}));
+  EXPECT_FALSE(damaged().empty());
+}
+
 TEST_F(StoreTest, ReadsAsEmptyWhereItCannotBe) {
   writeFile(home.path() / "data", "no folder");
   DefaultsStore store(kSuite, log);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include "product/version.h"
 
@@ -108,7 +109,7 @@ void DefaultsDatabase::Close::operator()(sqlite3_stmt* statement) const {
 std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path,
                                                          DatabaseStatus& status,
                                                          std::chrono::milliseconds patience) {
-  std::unique_ptr<DefaultsDatabase> database(new DefaultsDatabase(patience));
+  std::unique_ptr<DefaultsDatabase> database(new DefaultsDatabase(path, patience));
   sqlite3* connection = nullptr;
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   int code = sqlite3_open_v2(path.c_str(), &connection, kFlags, nullptr);
@@ -197,10 +198,15 @@ int DefaultsDatabase::prepareStatements() {
   return code == SQLITE_ERROR ? SQLITE_NOTADB : code;
 }
 
-bool DefaultsDatabase::hasMoved() const {
+// The last one to close a file folds its log into it: of an emptied file that would make one with
+// holes.
+bool DefaultsDatabase::hasGone() const {
   int moved = 0;
   sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
-  return moved != 0;
+  struct stat status {};
+  const bool gone = moved != 0 || ::stat(path_.c_str(), &status) != 0 || status.st_size == 0;
+  if (gone) sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  return gone;
 }
 
 bool DefaultsDatabase::isSound() const {

@@ -39,8 +39,9 @@ class DefaultsDatabase {
   // Made by a later version of the product: nothing else may be asked of it.
   bool isNewer() const { return newer_; }
 
-  // Whether the file has been deleted or replaced under the connection.
-  bool hasMoved() const;
+  // Whether the file has been deleted, replaced or emptied under the connection. It is then only to
+  // be destroyed, which writes nothing to the file.
+  bool hasGone() const;
 
   // Whether the whole file is sound; reads all of it.
   bool isSound() const;
@@ -65,7 +66,8 @@ class DefaultsDatabase {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-  explicit DefaultsDatabase(std::chrono::milliseconds patience) : patience_(patience) {}
+  DefaultsDatabase(const std::string& path, std::chrono::milliseconds patience)
+      : path_(path), patience_(patience) {}
   static int foldLog(void* self, sqlite3* connection, const char* name, int pages);
   int prepareFile();
   int makeTable();
@@ -74,6 +76,7 @@ class DefaultsDatabase {
   std::optional<std::int64_t> number(const char* pragma, int& code) const;
   int prepare(const char* sql, Statement& statement) const;
 
+  std::string path_;
   std::unique_ptr<sqlite3, Close> connection_;  // closed after the statements
   Statement read_, readAll_, write_, remove_, dataVersion_;
   std::chrono::milliseconds patience_;

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/host/container/group_container.h"
@@ -42,6 +43,17 @@ std::string timeNow() {
   std::array<char, 32> text{};
   std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &utc);
   return text.data();
+}
+
+std::uintmax_t sizeOf(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
+}
+
+// Whether somebody has cut the file to nothing beside its log. While a file is made it has its
+// first page before there is a log.
+bool isEmptied(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0 && sizeOf(path) == 0 && sizeOf(path + "-wal") > 0;
 }
 
 bool hasFailed(DatabaseStatus status) {
@@ -146,6 +158,11 @@ DefaultsStore::ChangeToken DefaultsStore::changeToken() {
   return token;
 }
 
+std::uint64_t DefaultsStore::filesOpened() {
+  const std::lock_guard lock(mutex_);
+  return opened_;
+}
+
 // Runs the operation on the open database; once more on a new one when that was damaged.
 template <typename Operation>
 bool DefaultsStore::perform(Operation operation) {
@@ -189,7 +206,7 @@ std::unique_ptr<DefaultsDatabase> DefaultsStore::openFile(DatabaseStatus& status
 }
 
 bool DefaultsStore::ready() {
-  if (database_ && database_->hasMoved()) database_.reset();
+  if (database_ && database_->hasGone()) database_.reset();
   if (!database_ && !open()) return false;
   return !database_->isNewer();
 }
@@ -199,7 +216,11 @@ bool DefaultsStore::open() {
   auto status = DatabaseStatus::failed;
   if (container) {
     path_ = *container + "/Library/Preferences/" + suite_ + ".sqlite";
-    database_ = openFile(status);
+    if (isEmptied(path_)) {
+      status = DatabaseStatus::damaged;
+    } else {
+      database_ = openFile(status);
+    }
   }
   if (status == DatabaseStatus::damaged) {
     repair();
@@ -220,6 +241,10 @@ void DefaultsStore::repair() {
   database_.reset();
   const FileDescriptor turn = lockedFolder(path_.substr(0, path_.rfind('/')), patience());
   if (!turn) return;
+  if (isEmptied(path_)) {
+    setAside();
+    return;
+  }
   auto status = DatabaseStatus::failed;
   auto again = openFile(status);
   if (again && !again->isNewer() && !again->isSound()) status = DatabaseStatus::damaged;

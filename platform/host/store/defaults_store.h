@@ -25,10 +25,10 @@
 // reads as empty and takes no writes; each call tries again.
 //
 // A file that is damaged is renamed, ".damaged-" and the time (UTC) appended, its -wal and -shm
-// with it, and a new one begun. A file with a newer user_version is left alone: all keys are absent
-// and writes are dropped. Both are told the log. When the file is deleted or replaced while handles
-// are open, each goes on with what stands at the path from its next call on. A handle is not to be
-// used in a forked child.
+// with it, and a new one begun; one that was emptied in place counts as damaged. A file with a
+// newer user_version is left alone: all keys are absent and writes are dropped. Both are told the
+// log. When the file is deleted or replaced while handles are open, each goes on with what stands
+// at the path from its next call on. A handle is not to be used in a forked child.
 
 namespace tarvel {
 
@@ -77,6 +77,9 @@ class DefaultsStore {
   // Costs a few microseconds.
   ChangeToken changeToken();
 
+  // How many files this handle has had open, one after another. Costs nothing.
+  std::uint64_t filesOpened();
+
  private:
   template <typename Operation>
   bool perform(Operation operation);
@@ -104,6 +107,7 @@ class DefaultsStore {
 // The user defaults over such stores; each handle is a store of its own. A key whose removal failed
 // reads as absent from then on, until somebody has stored another value or the removal, which every
 // look at the key tries again, has succeeded: what asked for it is not taken for a new request.
+// Texts that were set are set again where the file was made anew.
 std::unique_ptr<UserDefaultsSuites> makeUserDefaultsSuites(SystemLog& log);
 
 }  // namespace tarvel

@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -45,12 +46,44 @@ class UnfinishedRemovals {
   std::map<std::string, std::optional<PropertyList>, std::less<>> values_;
 };
 
+// What the process has said of itself in texts, said again in a file that was made anew meanwhile.
+class OwnTexts {
+ public:
+  explicit OwnTexts(DefaultsStore& store) : store_(store) {}
+
+  void set(std::string_view text, std::string_view key) {
+    store_.set(key, std::string(text));
+    const std::lock_guard lock(mutex_);
+    texts_[std::string(key)] = text;
+    file_ = store_.filesOpened();
+  }
+
+  void restoreInNewFile() {
+    const std::lock_guard lock(mutex_);
+    const auto file = store_.filesOpened();
+    if (file == file_) return;
+    file_ = file;
+    for (const auto& [key, text] : texts_) {
+      store_.change(key, [&](const auto& value) {
+        return value ? std::nullopt : std::optional<PropertyList>(text);
+      });
+    }
+  }
+
+ private:
+  DefaultsStore& store_;
+  std::mutex mutex_;  // guards what follows
+  std::uint64_t file_ = 0;
+  std::map<std::string, std::string, std::less<>> texts_;
+};
+
 class StoredUserDefaults : public UserDefaults {
  public:
   StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log) {}
 
   std::optional<PropertyList> objectForKey(std::string_view key) override {
     auto value = store_.get(key);
+    texts_.restoreInNewFile();
     if (removals_.hides(key, value)) return std::nullopt;
     return value;
   }
@@ -60,9 +93,7 @@ class StoredUserDefaults : public UserDefaults {
     return object && boolValue(*object);
   }
   void setObject(const Data& data, std::string_view key) override { store_.set(key, data); }
-  void setValue(std::string_view text, std::string_view key) override {
-    store_.set(key, std::string(text));
-  }
+  void setValue(std::string_view text, std::string_view key) override { texts_.set(text, key); }
   void setBool(bool flag, std::string_view key) override { store_.set(key, flag); }
   void removeObjectForKey(std::string_view key) override {
     if (store_.remove(key) == Removal::failed) removals_.add(key);
@@ -71,6 +102,7 @@ class StoredUserDefaults : public UserDefaults {
  private:
   DefaultsStore store_;
   UnfinishedRemovals removals_{store_};
+  OwnTexts texts_{store_};
 };
 
 class StoredUserDefaultsSuites : public UserDefaultsSuites {
