@@ -242,6 +242,24 @@ TEST_F(StoreTest, BeginsAnewWhereTheFileWasEmptied) {
   EXPECT_FALSE(damaged().empty());
 }
 
+TEST_F(StoreTest, BoundsWhatAReaderThatStaysCosts) {
+  DefaultsStore store(kSuite, log);
+  store.set("key", 0);
+  sqlite3* reader = nullptr;
+  sqlite3_open(file().c_str(), &reader);
+  sqlite3_exec(reader, "BEGIN; SELECT * FROM defaults", nullptr, nullptr, nullptr);
+  std::uint8_t number = 0;
+  while (number < 200 && store.set("key", Data(1 << 20, ++number))) {
+  }
+  EXPECT_LT(std::filesystem::file_size(file().string() + "-wal"), 80U << 20);
+  EXPECT_TRUE(store.get("key"));
+  EXPECT_EQ(log.lines.size(), 1U);
+  sqlite3_close(reader);
+  EXPECT_TRUE(store.set("key", 1));
+  EXPECT_TRUE(store.set("key", 2));
+  EXPECT_LT(std::filesystem::file_size(file().string() + "-wal"), 8U << 20);
+}
+
 TEST_F(StoreTest, ReadsAsEmptyWhereItCannotBe) {
   writeFile(home.path() / "data", "no folder");
   DefaultsStore store(kSuite, log);

@@ -29,6 +29,7 @@ constexpr int kLookasideCount = 64;
 constexpr int kFoldPages = 1000;
 constexpr int kWaitPages = 4000;
 constexpr std::chrono::milliseconds kReaderPatience{100};
+constexpr int kMostPages = 16384;
 
 DatabaseStatus statusOf(int code) {
   switch (code & 0xFF) {
@@ -151,6 +152,7 @@ int DefaultsDatabase::prepareFile() {
 int DefaultsDatabase::foldLog(void* self, sqlite3* connection, const char* name, int pages) {
   auto& database = *static_cast<DefaultsDatabase*>(self);
   int& waitAt = database.waitForReadersAt_;
+  database.logPages_ = pages;
   if (pages < kFoldPages) {
     waitAt = kWaitPages;
   } else if (pages < waitAt) {
@@ -233,7 +235,19 @@ DatabaseStatus DefaultsDatabase::readAll(
   return statusOf(code);
 }
 
+// The log starts again from its beginning as soon as no reader needs it.
+bool DefaultsDatabase::isLogFull() {
+  if (logPages_ < kMostPages || sqlite3_get_autocommit(connection_.get()) == 0) return false;
+  sqlite3_busy_timeout(connection_.get(), 0);
+  const int code = sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_RESTART,
+                                             nullptr, nullptr);
+  sqlite3_busy_timeout(connection_.get(), static_cast<int>(patience_.count()));
+  if (code == SQLITE_OK) logPages_ = 0;
+  return code != SQLITE_OK;
+}
+
 DatabaseStatus DefaultsDatabase::write(std::string_view key, const Data& value) {
+  if (isLogFull()) return DatabaseStatus::logFull;
   Use use(write_.get());
   int code = use.bindKey(key);
   if (code == SQLITE_OK) code = use.bindValue(value);
@@ -249,7 +263,9 @@ DatabaseStatus DefaultsDatabase::remove(std::string_view key, bool& wasThere) {
   return statusOf(code);
 }
 
-DatabaseStatus DefaultsDatabase::begin() { return statusOf(execute("BEGIN IMMEDIATE")); }
+DatabaseStatus DefaultsDatabase::begin() {
+  return isLogFull() ? DatabaseStatus::logFull : statusOf(execute("BEGIN IMMEDIATE"));
+}
 
 DatabaseStatus DefaultsDatabase::end(bool commit) {
   const int code = commit ? execute("COMMIT") : SQLITE_OK;

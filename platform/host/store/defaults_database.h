@@ -21,6 +21,7 @@ namespace tarvel {
 enum class DatabaseStatus {
   done,
   damaged,  // the file is no database, or a part of it cannot be trusted
+  logFull,  // somebody has been reading for so long that the log may not grow any further
   busy,     // another process held it for longer than the patience
   failed,   // anything else: no room, no permission
 };
@@ -48,6 +49,8 @@ class DefaultsDatabase {
 
   DatabaseStatus read(std::string_view key, std::optional<Data>& value);
   DatabaseStatus readAll(const std::function<void(std::string key, const Data& value)>& row);
+  // Changes nothing where the key has this value. No write is made while a reader, by staying in a
+  // transaction, has kept the log from being folded up to 64 MiB.
   DatabaseStatus write(std::string_view key, const Data& value);
   DatabaseStatus remove(std::string_view key, bool& wasThere);
 
@@ -68,6 +71,7 @@ class DefaultsDatabase {
 
   DefaultsDatabase(const std::string& path, std::chrono::milliseconds patience)
       : path_(path), patience_(patience) {}
+  bool isLogFull();
   static int foldLog(void* self, sqlite3* connection, const char* name, int pages);
   int prepareFile();
   int makeTable();
@@ -82,6 +86,7 @@ class DefaultsDatabase {
   std::chrono::milliseconds patience_;
   bool newer_ = false;
   int waitForReadersAt_ = 4000;  // pages of the WAL
+  int logPages_ = 0;             // of the WAL after our latest commit
 };
 
 }  // namespace tarvel

@@ -92,6 +92,8 @@ bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
   if (blob.empty()) return false;
   return perform([&](DefaultsDatabase& database) {
     const auto status = database.write(key, blob);
+    if (status == DatabaseStatus::logFull)
+      report("somebody has been reading for too long: close it");
     if (hasFailed(status)) report("a value cannot be written");
     return status;
   });
