@@ -232,13 +232,34 @@ TEST(LinuxSMC, LeavesOutMoreCoresDrivesAndFansThanKeys) {
     machine.set("0", "temp" + std::to_string(core + 2) + "_input", "40000");
     machine.set("0", "fan" + std::to_string(core + 1) + "_input", "1000");
   }
-  for (const char* drive : {"1", "2", "3", "4"}) {
+  for (const char* drive : {"1", "2", "3", "4", "5", "6", "7"}) {
     machine.chip(drive, "nvme",
                  {"temp1_label", "Composite", "temp1_input", drive + std::string("0000")});
   }
   const auto lines = machine.cycle();
-  EXPECT_EQ(lines.size(), 20U + 3U + 10U);
-  EXPECT_TRUE(std::ranges::count(lines, "= temperature\tNAND Proximity 2=30"));
+  EXPECT_EQ(lines.size(), 20U + 6U + 10U);
+  EXPECT_TRUE(std::ranges::count(lines, "= temperature\tSSD Out of Band C=60"));
+}
+
+TEST(LinuxSMC, UsesKeysUpByWhatAnswersAlone) {
+  Machine machine;
+  machine.sys.write("class/thermal/cooling_device0/type", "iwlwifi_1\n");
+  machine.sys.write("class/thermal/thermal_zone0/type", "iwlwifi_2\n");  // is off
+  machine.chip("1", "iwlwifi_3", {"temp1_input", "41000"});
+  machine.chip("2", "nvme", {"temp1_label", "Composite"});
+  machine.chip("3", "nvme", {"temp1_label", "Composite", "temp1_input", "35000"});
+  machine.chip("4", "k10temp", {"temp1_input", "51000"});  // before Zen
+  machine.chip("5", "k10temp",
+               {"temp1_label", "Tctl", "temp1_input", "62000", "temp2_label", "Tdie", "temp2_input",
+                "52000"});
+  machine.chip("6", "amdgpu", {"temp1_label", "edge", "temp1_input", "60000"});
+  machine.chip("7", "radeon", {"temp1_input", "70000"});
+  machine.chip("8", "spd5118", {"temp1_input", "45000"});
+  machine.chip("9", "jc42", {"temp1_input", "46000"});
+  EXPECT_EQ(machine.cycle(),
+            named("temperature", {"Airport Proximity=41", "CPU 2 Package=51", "CPU Diode=52",
+                                  "GPU Diode=60", "GPU Proximity 2=70", "Mem Module A1=45",
+                                  "Mem Module A2=46", "SSD Proximity=35"}));
 }
 
 TEST(LinuxSMC, KeepsReadingsOfSensorsThatFailOrSleep) {

@@ -34,6 +34,26 @@ FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files,
   }
 }
 
+bool FileSensors::beginCycle() {
+  const bool isFree = !busy.load(std::memory_order_acquire);
+  bool any = false;
+  for (Sensor& sensor : sensors_) {
+    sensor.served = std::exchange(sensor.asked, false);
+    if (!isFree) continue;
+    sensor.wanted = sensor.served;
+    any = any || sensor.wanted;
+  }
+  return any;
+}
+
+bool FileSensors::ask(std::size_t sensor) {
+  Sensor& asked = sensors_[sensor];
+  asked.asked = true;
+  if (std::exchange(asked.served, true) || busy.load(std::memory_order_acquire)) return false;
+  asked.wanted = true;
+  return true;
+}
+
 void FileSensors::read() {
   const bool sleeps = asleep();
   for (std::size_t i = 0; i < sensors_.size(); ++i) {

@@ -55,8 +55,12 @@ class FileSensors : public SensorDevice {
   void read() override;
   void publish() override;
 
-  // Notes that a sensor is wanted in the next reading; not while busy.
-  void want(std::size_t sensor) { sensors_[sensor].wanted = true; }
+  // Begins a cycle, in which the sensors that the cycle before asked for are wanted at once, as far
+  // as the device is not busy; whether there are any.
+  bool beginCycle();
+
+  // Asks for a sensor in this cycle; whether it is wanted in a reading that is still to be made.
+  bool ask(std::size_t sensor);
 
   // The last reading, in whole units; none while the sensor never answered.
   std::optional<double> reading(std::size_t sensor) const { return sensors_[sensor].reading; }
@@ -75,6 +79,8 @@ class FileSensors : public SensorDevice {
   struct Sensor {
     AttributeFile file;
     EnergyMeter meter;
+    bool asked = false;   // in this cycle
+    bool served = false;  // no further reading of it in this cycle
     bool wanted = false;
     std::optional<double> incoming{};
     std::optional<double> reading{};

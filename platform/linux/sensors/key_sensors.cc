@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <optional>
+#include <map>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -66,8 +67,15 @@ class Mapper {
     return ref;
   }
 
-  void offer(std::string_view key, Quantity quantity, SensorRef ref) {
-    sensors_.candidates[smc_record::codeOf(key)].push_back(KeyCandidate{quantity, {ref}});
+  // A new list, whose keys are these; their number.
+  std::size_t addList(std::string_view keys) {
+    const std::size_t list = sensors_.lists.size();
+    sensors_.lists.emplace_back();
+    for (std::size_t place = 0; !keys.empty(); ++place) {
+      const auto key = smc_record::codeOf(takeWord(keys));
+      sensors_.places[key].push_back(KeyPlace{list, place});
+    }
+    return list;
   }
 
   // The labels of a controller's temperatures are their keys.
@@ -76,7 +84,8 @@ class Mapper {
       if (chips_[chip].name != "applesmc") continue;
       for (const auto& input : chips_[chip].inputs) {
         if (input.kind != "temp" || input.label.size() != 4) continue;
-        offer(input.label, Quantity::temperature, refer(chip, input.file));
+        sensors_.lists[addList(input.label)].push_back(
+            KeyCandidate{Quantity::temperature, {refer(chip, input.file)}});
       }
     }
   }
@@ -89,21 +98,30 @@ class Mapper {
   }
 
   void addRow(const SensorRow& row) {
-    std::string_view keys = row.keys;
-    std::optional<KeyCandidate> sum;
+    std::vector<std::size_t> matching;
+    KeyList found;
     for (std::size_t chip = 0; chip < chips_.size(); ++chip) {
-      if (!matchesPattern(row.chip, chips_[chip].name)) continue;
+      if (!matchesPattern(row.chip, chips_[chip].name) || given_[row.keys].contains(chip)) continue;
       for (const auto* input : inputsOf(row, chips_[chip])) {
-        const auto ref = refer(chip, input->file);
-        if (input->kind == "energy") {
-          if (!sum) sum = KeyCandidate{quantityOf("energy", keys), {}};
-          sum->parts.push_back(ref);
-        } else if (const auto key = takeWord(keys); !key.empty()) {
-          offer(key, quantityOf(input->kind, key), ref);
-        }
+        matching.push_back(chip);
+        found.push_back(
+            KeyCandidate{quantityOf(input->kind, row.keys), {refer(chip, input->file)}});
       }
     }
-    if (sum) sensors_.candidates[smc_record::codeOf(row.keys)].push_back(*std::move(sum));
+    if (found.empty()) return;
+    given_[row.keys].insert(matching.begin(), matching.end());
+    const auto known = lists_.find(row.keys);
+    const auto number = known != lists_.end() ? known->second : addList(row.keys);
+    lists_[row.keys] = number;
+    if (row.input == "energy") found = {sumOf(found)};
+    auto& list = sensors_.lists[number];
+    list.insert(list.end(), found.begin(), found.end());
+  }
+
+  static KeyCandidate sumOf(const KeyList& candidates) {
+    KeyCandidate sum{candidates.front().quantity, {}};
+    for (const auto& candidate : candidates) sum.parts.push_back(candidate.parts.front());
+    return sum;
   }
 
   std::vector<const ChipInput*> inputsOf(const SensorRow& row, const Chip& chip) const {
@@ -139,7 +157,9 @@ class Mapper {
   const std::vector<Chip>& chips_;
   bool rawController_ = false;
   bool controller_ = false;
-  std::vector<std::vector<SensorFile>> files_;  // of each chip
+  std::vector<std::vector<SensorFile>> files_;               // of each chip
+  std::map<std::string_view, std::size_t> lists_;            // by the keys of their rows
+  std::map<std::string_view, std::set<std::size_t>> given_;  // the chips that stand in each
   KeySensors sensors_;
 };
 

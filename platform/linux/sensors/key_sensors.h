@@ -29,6 +29,15 @@ struct KeyCandidate {
   std::vector<SensorRef> parts;
 };
 
+// Sensors of one kind in their order. The first that has answered counts for the list's first key,
+// the second for its second one, and so on: a sensor that never answered uses up no key.
+using KeyList = std::vector<KeyCandidate>;
+
+struct KeyPlace {
+  std::size_t list = 0;
+  std::size_t place = 0;
+};
+
 struct FanSensors {
   std::string label;
   SensorRef input;
@@ -39,10 +48,11 @@ struct FanSensors {
 
 struct KeySensors {
   std::vector<std::shared_ptr<FileSensors>> devices;
-  std::map<std::uint32_t, std::vector<KeyCandidate>> candidates;  // the first that answers counts
+  std::vector<KeyList> lists;
+  std::map<std::uint32_t, std::vector<KeyPlace>> places;  // of a key; the first that answers counts
   std::vector<FanSensors> fans;
 
-  bool empty() const { return candidates.empty() && fans.empty(); }
+  bool empty() const { return places.empty() && fans.empty(); }
 };
 
 // The sensors of the chips that have a key. `rawController`: a controller is read by another way;

@@ -61,22 +61,16 @@ class LinuxAppleSMC : public AppleSMC {
   }
 
  private:
-  // What a cycle asks for: sensors by their files, and keys of a raw controller.
-  struct Wanted {
-    std::set<SensorRef> sensors;
-    std::set<std::uint32_t> keys;
-  };
-
   void startScan();
   void adoptScan();
 
   void beginCycle();
-  void readNow(const Wanted& wanted);
   void ensureRead(const std::vector<SensorRef>& sensors);
 
   std::optional<ControllerValue> value(std::uint32_t key);
   std::optional<ControllerValue> rawValue(std::uint32_t key);
-  std::optional<ControllerValue> candidateValue(std::uint32_t key);
+  std::optional<ControllerValue> mappedValue(std::uint32_t key);
+  std::optional<ControllerValue> valueAt(const KeyPlace& place);
   std::optional<ControllerValue> fanValue(std::string_view key);
   std::vector<const FanSensors*> turningFans();
   std::optional<double> reading(const std::vector<SensorRef>& parts);
@@ -89,8 +83,8 @@ class LinuxAppleSMC : public AppleSMC {
   std::string listing_;         // what the last scan was of
 
   std::optional<MonotonicTime> cycleStart_;
-  Wanted asked_;  // in this cycle
-  Wanted read_;
+  std::set<std::uint32_t> askedKeys_;  // of the raw controller, in this cycle
+  std::set<std::uint32_t> servedKeys_;
 };
 
 std::uint32_t LinuxAppleSMC::IOConnectCallStructMethod(Connection connection,
@@ -146,7 +140,6 @@ void LinuxAppleSMC::adoptScan() {
     if (known != sensors_.devices.end()) device = *known;
   }
   sensors_ = std::move(found);
-  asked_ = {};
 }
 
 void LinuxAppleSMC::beginCycle() {
@@ -161,60 +154,59 @@ void LinuxAppleSMC::beginCycle() {
   } else if (gone || chipListing(options_.root) != listing_) {
     startScan();
   }
-  read_ = {};
-  readNow(std::exchange(asked_, {}));
-}
-
-void LinuxAppleSMC::readNow(const Wanted& wanted) {
   std::vector<std::shared_ptr<SensorDevice>> devices;
-  const auto isFree = [](const SensorDevice& device) {
-    return !device.busy.load(std::memory_order_acquire);
-  };
-  for (const auto& ref : wanted.sensors) {
-    const auto& device = sensors_.devices[ref.device];
-    if (!isFree(*device)) continue;
-    device->want(ref.sensor);
-    if (devices.empty() || devices.back() != device) devices.push_back(device);
+  for (const auto& device : sensors_.devices) {
+    if (device->beginCycle()) devices.push_back(device);
   }
-  if (!wanted.keys.empty() && controller_ && isFree(*controller_)) {
-    for (const auto key : wanted.keys) controller_->want(key);
+  servedKeys_ = std::exchange(askedKeys_, {});
+  if (!servedKeys_.empty() && controller_ && !controller_->busy.load(std::memory_order_acquire)) {
+    for (const auto key : servedKeys_) controller_->want(key);
     devices.push_back(controller_);
   }
   readDevices(devices, options_.readingLimit);
-  read_.sensors.insert(wanted.sensors.begin(), wanted.sensors.end());
-  read_.keys.insert(wanted.keys.begin(), wanted.keys.end());
 }
 
 void LinuxAppleSMC::ensureRead(const std::vector<SensorRef>& sensors) {
-  Wanted missing;
+  std::vector<std::shared_ptr<SensorDevice>> devices;
   for (const auto& ref : sensors) {
-    asked_.sensors.insert(ref);
-    if (!read_.sensors.contains(ref)) missing.sensors.insert(ref);
+    const auto& device = sensors_.devices[ref.device];
+    if (!device->ask(ref.sensor)) continue;
+    if (std::ranges::find(devices, device) == devices.end()) devices.push_back(device);
   }
-  if (!missing.sensors.empty()) readNow(missing);
+  if (!devices.empty()) readDevices(devices, options_.readingLimit);
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::value(std::uint32_t key) {
   beginCycle();
   if (auto raw = rawValue(key)) return raw;
   if (key >> 24 == 'F') return fanValue(smc_record::codeText(key));
-  return candidateValue(key);
+  return mappedValue(key);
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::rawValue(std::uint32_t key) {
   if (!controller_) return std::nullopt;
-  asked_.keys.insert(key);
-  if (!read_.keys.contains(key)) readNow(Wanted{{}, {key}});
+  askedKeys_.insert(key);
+  if (servedKeys_.insert(key).second && !controller_->busy.load(std::memory_order_acquire)) {
+    controller_->want(key);
+    readDevices({controller_}, options_.readingLimit);
+  }
   return controller_->value(key);
 }
 
-std::optional<ControllerValue> LinuxAppleSMC::candidateValue(std::uint32_t key) {
-  const auto found = sensors_.candidates.find(key);
-  if (found == sensors_.candidates.end()) return std::nullopt;
-  for (const auto& candidate : found->second) {
-    if (const auto number = reading(candidate.parts)) {
-      return encodedReading(*number, candidate.quantity);
-    }
+std::optional<ControllerValue> LinuxAppleSMC::mappedValue(std::uint32_t key) {
+  const auto places = sensors_.places.find(key);
+  if (places == sensors_.places.end()) return std::nullopt;
+  for (const auto& place : places->second) {
+    if (auto value = valueAt(place)) return value;
+  }
+  return std::nullopt;
+}
+
+std::optional<ControllerValue> LinuxAppleSMC::valueAt(const KeyPlace& place) {
+  std::size_t before = place.place;
+  for (const auto& candidate : sensors_.lists[place.list]) {
+    const auto number = reading(candidate.parts);
+    if (number && before-- == 0) return encodedReading(*number, candidate.quantity);
   }
   return std::nullopt;
 }

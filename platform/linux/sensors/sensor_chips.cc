@@ -117,7 +117,9 @@ void addPowercapZone(const std::string& folder, std::vector<Chip>& chips) {
   chips.push_back(std::move(chip));
 }
 
+// The class holds cooling devices as well, some with the name of a chip that has a sensor.
 void addThermalZone(const std::string& folder, std::vector<Chip>& chips) {
+  if (folder.find("/thermal_zone") == folder.npos) return;
   Chip chip{readAttribute(folder + "/type"), resolvedPath(folder), {}, {}};
   if (chip.name.empty()) return;
   chip.inputs.push_back(ChipInput{"temp", 1, {}, SensorFile{chip.path + "/temp", kMilli}});

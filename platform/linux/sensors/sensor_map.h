@@ -12,11 +12,15 @@
 
 namespace tarvel {
 
-// Rows are tried from top to bottom, and of several sensors for one key the first that answers is
-// used. In names and labels "|" separates alternatives and "*" at the end stands for anything. An
-// input is one file ("in3") or, with a label, any of its kind ("temp"). Several keys, separated by
-// blanks, are given to the matching sensors one by one, further sensors are left out; the order is
-// that of the devices' paths, then of the number behind the "*" of a label.
+// In names and labels "|" separates alternatives and "*" at the end stands for anything. An input
+// is one file ("in3") or, with a label, any of its kind ("temp").
+//
+// Rows of the same keys make one list, in the order of the rows; within a row the order is that of
+// the devices' paths, then of the number behind the "*" of a label. A chip that an earlier row of
+// the list has found is not taken again: its rows are alternatives. The keys, separated by blanks,
+// are given to those sensors of the list one by one that have answered; further ones are left out.
+// Where several lists hold a key, the first that has a sensor for it counts. Counters of energy
+// that one row finds are added up.
 struct SensorRow {
   std::string_view chip;
   std::string_view input;
@@ -39,20 +43,22 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"coretemp", "temp", "Core *",
      "TC0C TC1C TC2C TC3C TC4C TC5C TC6C TC7C TC8C TC9C "
      "TC0c TC1c TC2c TC3c TC4c TC5c TC6c TC7c TC8c TC9c"},
-    {"k10temp|zenpower", "temp", "Tdie", "TC0D"},
-    {"k10temp|zenpower", "temp", "Tctl", "TC0D"},
+    {"k10temp|zenpower", "temp", "Tdie", "TC0D TC1D"},
+    {"k10temp|zenpower", "temp", "Tctl", "TC0D TC1D"},
+    {"k10temp", "temp1", "", "TC0D TC1D"},  // no label before Zen
     {"zenpower", "in", "SVI2_Core", "VC0C"},
     {"zenpower", "curr", "SVI2_C_Core", "IC0C"},
     {"zenpower", "power", "SVI2_P_Core", "PC0C"},
     {"cpu_thermal|cpu-thermal|cpu|soc_thermal|soc-thermal", "temp1", "", "TC0D"},
     {"gpu_thermal|gpu-thermal|gpu", "temp1", "", "TG0D"},
     {"pch_*", "temp1", "", "TPCD"},
-    {"amdgpu|amdgpu integrated|radeon|nouveau", "temp1", "", "TGDD TG1D"},
+    {"amdgpu|amdgpu integrated|radeon|nouveau", "temp1", "", "TGDD TG1p TG2p TG3p"},
     {"amdgpu|amdgpu integrated", "temp", "mem", "TGVP"},
     {"amdgpu|amdgpu integrated", "in", "vddgfx", "VG0C"},
     {"amdgpu", "power", "PPT", "PGTR"},
     {"iwlwifi*", "temp1", "", "TW0P"},
-    {"nvme", "temp", "Composite", "TH0A TH0B TH0C"},
+    {"nvme", "temp", "Composite", "TH0A TH0B TH0C TH1A TH1B TH1C"},
+    {"spd5118|jc42", "temp1", "", "TM0S TM1S TM8S TM9S"},
 
     {"battery", "temp1", "", "TB0T"},
     {"battery", "in1", "", "VBAT"},
