@@ -206,22 +206,26 @@ TEST(LinuxSMC, ReadsARawControllerOnceACycle) {
   EXPECT_LE(accesses, 15U + 5U);  // every key once, and again where the index was moved
 }
 
-TEST(LinuxSMC, SaturatesAndRounds) {
+TEST(LinuxSMC, RoundsAndLeavesOutWhatFitsNoType) {
   Machine machine;
   machine.chip("0", "coretemp",
-               {"temp1_label", "Package id 0", "temp1_input", "200000", "temp12_label", "Core 10",
+               {"temp1_label", "Package id 0", "temp1_input", "128000", "temp12_label", "Core 10",
                 "temp12_input", "41999", "temp4_label", "Core 2", "temp4_input", "-5000",
                 "temp5_label", "Core 3", "temp5_input", "junk"});
   machine.chip(
       "1", "corsairpsu",
-      {"in1_label", "v_out +12v", "in1_input", "99000", "in2_label", "v_out +5v", "in2_input",
-       "-40000", "curr1_label", "curr +12v", "curr1_input", "300000", "power1_label", "power total",
-       "power1_input", "1500000000", "fan1_input", "20000"});
+      {"in1_label",    "v_out +12v", "in1_input",    "99000",       "in2_label",    "v_out +5v",
+       "in2_input",    "-40000",     "in3_label",    "v_out +3.3v", "in3_input",    "128000",
+       "curr1_label",  "curr +12v",  "curr1_input",  "300000",      "power1_label", "power total",
+       "power1_input", "1500000000", "power2_label", "power +12v",  "power2_input", "700000000",
+       "power3_label", "power +5v",  "power3_input", "65536000000", "fan1_input",   "20000",
+       "fan2_input",   "65535"});
   machine.chip("2", "power_meter", {"power1_average", "4294967295000"});
-  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tCPU Core 1=42", "= temperature\tCPU PECI=127",
-                                    "= fan\tFan 0=16383 0 0", "= voltage\tMain 12V=32.00",
-                                    "= voltage\tMain 5V=-32.00", "= current\tMain 12V=255.99",
-                                    "= power\tSystem Total=1023.98"}));
+  machine.chip("3", "thinkpad", {"fan1_input", "0"});
+  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tCPU Core 1=42", "= fan\tFan 0=20000 0 0",
+                                    "= voltage\tMain 12V=99.00", "= voltage\tMain 5V=-40.00",
+                                    "= current\tMain 12V=300.00", "= power\tMain 12V Rail=700.00",
+                                    "= power\tSystem Total=1500.00"}));
 }
 
 TEST(LinuxSMC, LeavesOutMoreCoresDrivesAndFansThanKeys) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "platform/host/smc_record.h"
 
@@ -16,38 +17,55 @@ struct FixedPoint {
   double highest;
 };
 
-constexpr double kSignedLowest = std::numeric_limits<std::int16_t>::min();
-constexpr double kSignedHighest = std::numeric_limits<std::int16_t>::max();
-constexpr double kUnsignedHighest = std::numeric_limits<std::uint16_t>::max();
+constexpr FixedPoint signedType(std::string_view type, double unit) {
+  using Bits = std::numeric_limits<std::int16_t>;
+  return {type, unit, Bits::min(), Bits::max()};
+}
 
-constexpr FixedPoint fixedPoint(Quantity quantity) {
+constexpr FixedPoint unsignedType(std::string_view type, double unit) {
+  return {type, unit, 0, std::numeric_limits<std::uint16_t>::max()};
+}
+
+// The narrowest first.
+constexpr FixedPoint kTemperature[] = {signedType("sp78", 256)};
+constexpr FixedPoint kVoltage[] = {signedType("sp5a", 1024), signedType("sp69", 512),
+                                   signedType("sp78", 256)};
+constexpr FixedPoint kCurrent[] = {signedType("sp87", 128), signedType("sp96", 64),
+                                   signedType("spb4", 16)};
+constexpr FixedPoint kPower[] = {signedType("sp96", 64), unsignedType("fpa6", 64),
+                                 unsignedType("fpc4", 16), unsignedType("fpe2", 4),
+                                 unsignedType("spf0", 1)};
+constexpr FixedPoint kFanSpeed[] = {unsignedType("fpe2", 4), unsignedType("spf0", 1)};
+
+std::span<const FixedPoint> typesFor(Quantity quantity) {
   switch (quantity) {
     case Quantity::temperature:
-      return {"sp78", 256, kSignedLowest, kSignedHighest};
+      return kTemperature;
     case Quantity::voltage:
-      return {"sp5a", 1024, kSignedLowest, kSignedHighest};
+      return kVoltage;
     case Quantity::current:
-      return {"sp87", 128, kSignedLowest, kSignedHighest};
+      return kCurrent;
     case Quantity::power:
-      return {"sp96", 64, kSignedLowest, kSignedHighest};
-    case Quantity::systemPower:
-      return {"fpa6", 64, 0, kUnsignedHighest};
+      return kPower;
     case Quantity::fanSpeed:
       break;
   }
-  return {"fpe2", 4, 0, kUnsignedHighest};
+  return kFanSpeed;
 }
 
 }  // namespace
 
-ControllerValue encodedReading(double reading, Quantity quantity) {
-  const FixedPoint form = fixedPoint(quantity);
-  const double steps = std::clamp(std::round(reading * form.unit), form.lowest, form.highest);
-  const auto bits = static_cast<std::uint32_t>(static_cast<std::int32_t>(steps));
-  ControllerValue value{smc_record::codeOf(form.type), 2, {}};
-  value.bytes[0] = static_cast<std::uint8_t>(bits >> 8);
-  value.bytes[1] = static_cast<std::uint8_t>(bits);
-  return value;
+std::optional<ControllerValue> encodedReading(double reading, Quantity quantity) {
+  for (const auto& form : typesFor(quantity)) {
+    const double steps = std::round(reading * form.unit);
+    if (!(steps >= form.lowest && steps <= form.highest)) continue;
+    const auto bits = static_cast<std::uint32_t>(static_cast<std::int32_t>(steps));
+    ControllerValue value{smc_record::codeOf(form.type), 2, {}};
+    value.bytes[0] = static_cast<std::uint8_t>(bits >> 8);
+    value.bytes[1] = static_cast<std::uint8_t>(bits);
+    return value;
+  }
+  return std::nullopt;
 }
 
 ControllerValue encodedFanCount(std::uint8_t count) {

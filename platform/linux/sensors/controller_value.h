@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 // Values in the form in which the System Management Controller stores them.
@@ -14,11 +15,12 @@ struct ControllerValue {
   std::array<std::uint8_t, 32> bytes{};
 };
 
-enum class Quantity { temperature, voltage, current, power, systemPower, fanSpeed };
+enum class Quantity { temperature, voltage, current, power, fanSpeed };
 
-// Degrees Celsius, volts, amperes, watts or revolutions per minute as a fixed-point value of the
-// quantity's type, rounded to nearest. What does not fit gives the nearest limit.
-ControllerValue encodedReading(double reading, Quantity quantity);
+// Degrees Celsius, volts, amperes, watts or revolutions per minute, rounded to nearest, as the
+// narrowest type for the quantity that holds the value; none where no type does, since a value cut
+// to a limit would look as if it had been measured.
+std::optional<ControllerValue> encodedReading(double reading, Quantity quantity);
 
 ControllerValue encodedFanCount(std::uint8_t count);
 

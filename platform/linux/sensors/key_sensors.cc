@@ -30,11 +30,10 @@ std::string_view takeWord(std::string_view& words) {
   return word;
 }
 
-Quantity quantityOf(std::string_view kind, std::string_view key) {
+Quantity quantityOf(std::string_view kind) {
   if (kind == "temp") return Quantity::temperature;
   if (kind == "in") return Quantity::voltage;
-  if (kind == "curr") return Quantity::current;
-  return key == "PSTR" ? Quantity::systemPower : Quantity::power;
+  return kind == "curr" ? Quantity::current : Quantity::power;
 }
 
 class Mapper {
@@ -104,8 +103,7 @@ class Mapper {
       if (!matchesPattern(row.chip, chips_[chip].name) || given_[row.keys].contains(chip)) continue;
       for (const auto* input : inputsOf(row, chips_[chip])) {
         matching.push_back(chip);
-        found.push_back(
-            KeyCandidate{quantityOf(input->kind, row.keys), {refer(chip, input->file)}});
+        found.push_back(KeyCandidate{quantityOf(input->kind), {refer(chip, input->file)}});
       }
     }
     if (found.empty()) return;
@@ -143,7 +141,7 @@ class Mapper {
       FanSensors fan{input.label, refer(chip, input.file), {}, {}, false};
       fan.minimum = limitOf(chip, prefix + "min");
       fan.maximum = limitOf(chip, prefix + "max");
-      fan.mayBeUnused = matchesPattern(kSuperIOChips, chips_[chip].name);
+      fan.mayBeUnused = matchesPattern(kChipsOfUnusedFans, chips_[chip].name);
       sensors_.fans.push_back(std::move(fan));
     }
   }

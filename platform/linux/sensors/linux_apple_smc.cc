@@ -83,6 +83,9 @@ class LinuxAppleSMC : public AppleSMC {
   std::string listing_;         // what the last scan was of
 
   std::optional<MonotonicTime> cycleStart_;
+  std::uint32_t describedKey_ = 0;
+  std::optional<ControllerValue> described_;  // the last key that was asked for
+
   std::set<std::uint32_t> askedKeys_;  // of the raw controller, in this cycle
   std::set<std::uint32_t> servedKeys_;
 };
@@ -98,7 +101,11 @@ std::uint32_t LinuxAppleSMC::IOConnectCallStructMethod(Connection connection,
     return kIOReturnBadArgument;
   }
   output = {};
-  const auto found = value(numberAt(input, kKeyAt));
+  const std::uint32_t key = numberAt(input, kKeyAt);
+  // The bytes belong to the type that was told before, though another cycle has begun since then.
+  if (command == kReadKeyInfo || key != describedKey_) described_ = value(key);
+  describedKey_ = key;
+  const auto& found = described_;
   if (!found) {
     output[kResultAt] = kResultKeyNotFound;
   } else if (command == kReadKeyInfo) {
@@ -227,7 +234,7 @@ std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {
   if (what == "Ac") speed = reading({fan.input});
   if (what == "Mn") speed = reading(fan.minimum);
   if (what == "Mx") speed = reading(fan.maximum);
-  return speed ? std::optional(encodedReading(*speed, Quantity::fanSpeed)) : std::nullopt;
+  return speed ? encodedReading(*speed, Quantity::fanSpeed) : std::nullopt;
 }
 
 // The fans that are there, in their order, as many as there are keys for.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -39,6 +40,7 @@ SensorFile sensorFile(const std::string& chip, const std::string& path, std::str
   file.unitsPerOne = kind == "fan" ? 1 : kind == "power" ? kMicro : kMilli;
   // A controller's place without a sensor reads -127 or -128 degrees.
   if (chip == "applesmc" && kind == "temp") file.lowest = -126'999;
+  if (kind == "fan") file.highest = std::numeric_limits<std::uint16_t>::max() - 1;  // that: none
   if (chip == "power_meter") file.highest = 4'294'967'294'999;  // the next means none
   return file;
 }

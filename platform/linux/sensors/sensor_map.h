@@ -102,9 +102,11 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"dell_smm|thinkpad", "temp", "SODIMM", "TM0P"},
 });
 
-// Chips with inputs for more fans than a board has headers, and a board more headers than fans.
-inline constexpr std::string_view kSuperIOChips =
-    "nct6*|nct7*|it8*|w836*|f718*|f719*|f80*|sch5*|dme1737|smsc47*|pc87*|vt1211|emc2*";
+// Chips with inputs for fans that need not be there: super-I/O chips have more than a board has
+// headers, and a board more headers than fans; laptops' firmware tells of fans that it lacks.
+inline constexpr std::string_view kChipsOfUnusedFans =
+    "nct6*|nct7*|it8*|w836*|f718*|f719*|f80*|sch5*|dme1737|smsc47*|pc87*|vt1211|emc2*|"
+    "thinkpad|dell_smm";
 
 // Chips that are a real controller: temperatures and fans come from it alone, drives apart.
 inline constexpr std::string_view kControllerChips = "applesmc|macsmc_hwmon";
