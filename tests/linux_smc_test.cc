@@ -222,7 +222,7 @@ TEST(LinuxSMC, RoundsAndLeavesOutWhatFitsNoType) {
        "fan2_input",   "65535"});
   machine.chip("2", "power_meter", {"power1_average", "4294967295000"});
   machine.chip("3", "thinkpad", {"fan1_input", "0"});
-  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tCPU Core 1=42", "= fan\tFan 0=20000 0 0",
+  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tCPU Core 1=42", "= fan\tFan1=20000 0 0",
                                     "= voltage\tMain 12V=99.00", "= voltage\tMain 5V=-40.00",
                                     "= current\tMain 12V=300.00", "= power\tMain 12V Rail=700.00",
                                     "= power\tSystem Total=1500.00"}));
@@ -266,6 +266,27 @@ TEST(LinuxSMC, UsesKeysUpByWhatAnswersAlone) {
                                   "Mem Module A2=46", "SSD Proximity=35"}));
 }
 
+TEST(LinuxSMC, KeepsTheNamesOfFansApartAndAsTheyWere) {
+  Machine machine;
+  machine.chip("0", "nct6798", {"fan1_input", "0", "fan2_input", "900", "fan3_input", "800"});
+  machine.chip("1", "amdgpu", {"fan1_input", "1500"});
+  machine.chip("2", "emc2305", {"fan2_input", "700"});
+  machine.chip("3", "asusec");
+  const char* const labels[] = {"Chassis Fan 7", "Chassis Fan 8", "CPU Fan", "Aux CPU Fan"};
+  for (int fan = 1; fan <= 4; ++fan) {
+    machine.set("3", "fan" + std::to_string(fan) + "_label", labels[fan - 1]);
+    machine.set("3", "fan" + std::to_string(fan) + "_input", std::to_string(100 * fan));
+  }
+  Lines fans = {"= fan\tAuxCPUFan=400 0 0",   "= fan\tChassisFan7=100 0 0",
+                "= fan\tChassisFan8=200 0 0", "= fan\tCPUFan#3=300 0 0",
+                "= fan\tFan2=900 0 0",        "= fan\tFan2#2=700 0 0",
+                "= fan\tFan3=800 0 0",        "= fan\tGPUFan=1500 0 0"};
+  EXPECT_EQ(machine.cycle(), fans);
+  machine.set("0", "fan1_input", "1000");  // starts to turn
+  fans.insert(fans.begin() + 4, "= fan\tFan1=1000 0 0");
+  EXPECT_EQ(machine.cycle(), fans);
+}
+
 TEST(LinuxSMC, KeepsReadingsOfSensorsThatFailOrSleep) {
   Machine machine;
   machine.chip("0", "amdgpu", {"temp1_label", "edge", "temp1_input", "60000"});
@@ -289,10 +310,10 @@ TEST(LinuxSMC, KeepsReadingsOfSensorsThatFailOrSleep) {
 TEST(LinuxSMC, FollowsDevicesThatComeAndGo) {
   Machine machine;
   machine.chip("0", "nct6798", {"fan1_input", "0", "fan2_input", "900", "in3_input", "3300"});
-  EXPECT_EQ(machine.cycle(), Lines({"= fan\tFan 0=900 0 0", "= voltage\tMain 3.3V=3.30"}));
+  EXPECT_EQ(machine.cycle(), Lines({"= fan\tFan2=900 0 0", "= voltage\tMain 3.3V=3.30"}));
   machine.chip("1", "nvme", {"temp1_label", "Composite", "temp1_input", "30000"});
   machine.set("0", "fan2_input", "0");  // stands still, but has turned
-  const Lines both = {"= temperature\tSSD Proximity=30", "= fan\tFan 0=0 0 0",
+  const Lines both = {"= temperature\tSSD Proximity=30", "= fan\tFan2=0 0 0",
                       "= voltage\tMain 3.3V=3.30"};
   EXPECT_EQ(machine.cycle(), both);
   machine.unplug("1");

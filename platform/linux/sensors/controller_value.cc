@@ -76,9 +76,10 @@ ControllerValue encodedFanCount(std::uint8_t count) {
 
 ControllerValue encodedFanName(std::string_view name) {
   constexpr std::size_t nameAt = 4;
-  constexpr std::size_t longest = 12;
-  ControllerValue value{smc_record::codeOf("{fds"), nameAt + longest, {}};
-  std::ranges::transform(name.substr(0, longest), value.bytes.begin() + nameAt,
+  const auto kept = name.substr(0, kFanNameLength);
+  ControllerValue value{
+      smc_record::codeOf("{fds"), static_cast<std::uint32_t>(nameAt + kept.size()), {}};
+  std::ranges::transform(kept, value.bytes.begin() + nameAt,
                          [](char c) { return static_cast<std::uint8_t>(c); });
   return value;
 }

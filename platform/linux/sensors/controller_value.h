@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -24,7 +25,11 @@ std::optional<ControllerValue> encodedReading(double reading, Quantity quantity)
 
 ControllerValue encodedFanCount(std::uint8_t count);
 
-// The name of a fan: four bytes of its description, then at most twelve characters.
+// The longest name that a fan can have.
+inline constexpr std::size_t kFanNameLength = 28;
+
+// The description of a fan: four bytes of other matters, then its name as far as it is not longer
+// than a name may be.
 ControllerValue encodedFanName(std::string_view name);
 
 }  // namespace tarvel

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/host/smc_record.h"
+#include "platform/linux/sensors/fan_labels.h"
 #include "platform/linux/sensors/sensor_map.h"
 
 namespace tarvel {
@@ -50,6 +51,8 @@ class Mapper {
     if (!rawController_) addLabelledController();
     for (const auto& row : kSensorRows) addRow(row);
     for (std::size_t chip = 0; chip < chips_.size(); ++chip) addFans(chip);
+    const auto names = fanNames(fanLabels_);
+    for (std::size_t i = 0; i < names.size(); ++i) sensors_.fans[i].name = names[i];
     for (std::size_t i = 0; i < chips_.size(); ++i) {
       sensors_.devices.push_back(
           std::make_shared<FileSensors>(chips_[i].statusFile, std::move(files_[i]), clock));
@@ -138,11 +141,12 @@ class Mapper {
       if (input.kind != "fan") continue;
       const std::string prefix =
           input.file.path.substr(0, input.file.path.size() - std::string_view("input").size());
-      FanSensors fan{input.label, refer(chip, input.file), {}, {}, false};
+      FanSensors fan{{}, refer(chip, input.file), {}, {}, false};
       fan.minimum = limitOf(chip, prefix + "min");
       fan.maximum = limitOf(chip, prefix + "max");
       fan.mayBeUnused = matchesPattern(kChipsOfUnusedFans, chips_[chip].name);
       sensors_.fans.push_back(std::move(fan));
+      fanLabels_.push_back(FanLabel{input.label, chips_[chip].name, input.number});
     }
   }
 
@@ -158,6 +162,7 @@ class Mapper {
   std::vector<std::vector<SensorFile>> files_;               // of each chip
   std::map<std::string_view, std::size_t> lists_;            // by the keys of their rows
   std::map<std::string_view, std::set<std::size_t>> given_;  // the chips that stand in each
+  std::vector<FanLabel> fanLabels_;
   KeySensors sensors_;
 };
 

@@ -39,7 +39,7 @@ struct KeyPlace {
 };
 
 struct FanSensors {
-  std::string label;
+  std::string name;  // of all fans of the machine its alone
   SensorRef input;
   std::vector<SensorRef> minimum;  // none or one
   std::vector<SensorRef> maximum;

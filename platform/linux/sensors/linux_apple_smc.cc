@@ -227,9 +227,7 @@ std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {
   if (index >= fans.size()) return std::nullopt;
   const FanSensors& fan = *fans[index];
   const auto what = key.substr(2);
-  if (what == "ID") {
-    return fan.label.empty() ? std::nullopt : std::optional(encodedFanName(fan.label));
-  }
+  if (what == "ID") return encodedFanName(fan.name);
   std::optional<double> speed;
   if (what == "Ac") speed = reading({fan.input});
   if (what == "Mn") speed = reading(fan.minimum);
