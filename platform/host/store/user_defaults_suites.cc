@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/host/store/defaults_store.h"
+#include "platform/host/store/reading_times.h"
 #include "text/conversions.h"
 
 namespace tarvel {
@@ -79,7 +80,7 @@ class OwnTexts {
 
 class StoredUserDefaults : public UserDefaults {
  public:
-  StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log) {}
+  StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log), times_(suite) {}
 
   std::optional<PropertyList> objectForKey(std::string_view key) override {
     auto value = store_.get(key);
@@ -92,7 +93,9 @@ class StoredUserDefaults : public UserDefaults {
     const auto object = objectForKey(key);
     return object && boolValue(*object);
   }
-  void setObject(const Data& data, std::string_view key) override { store_.set(key, data); }
+  void setObject(const Data& data, std::string_view key) override {
+    if (store_.set(key, data)) times_.note(key);
+  }
   void setValue(std::string_view text, std::string_view key) override { texts_.set(text, key); }
   void setBool(bool flag, std::string_view key) override { store_.set(key, flag); }
   void removeObjectForKey(std::string_view key) override {
@@ -103,6 +106,7 @@ class StoredUserDefaults : public UserDefaults {
   DefaultsStore store_;
   UnfinishedRemovals removals_{store_};
   OwnTexts texts_{store_};
+  ReadingTimes times_;
 };
 
 class StoredUserDefaultsSuites : public UserDefaultsSuites {
