@@ -28,8 +28,9 @@ class RunLoop {
  public:
   virtual ~RunLoop() = default;
 
-  // Runs the action on the main thread at start plus whole multiples of the interval. Firings missed
-  // while something else ran, or while the machine slept, are dropped. The run loop owns the timer.
+  // Runs the action on the main thread at start plus whole multiples of the interval. Firings
+  // missed while something else ran, or while the machine slept, are dropped. The run loop owns the
+  // timer.
   virtual Timer& scheduledTimer(std::chrono::milliseconds interval,
                                 std::function<void()> action) = 0;
 

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -6,10 +8,13 @@
 #include <gtest/gtest.h>
 
 #include "product/store_keys.h"
+#include "programs/dashboard/graphs.h"
 #include "programs/dashboard/layout.h"
-#include "programs/dashboard/sparkline.h"
+#include "programs/dashboard/machine_lines.h"
+#include "programs/dashboard/themes.h"
 #include "viewer/display_rows.h"
 #include "viewer/history.h"
+#include "viewer/process_facts.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -20,7 +25,8 @@ bool overlap(const Box& a, const Box& b) {
 }
 
 // What is wrong with a layout; empty when nothing is.
-std::string faultOf(const std::vector<PlacedPanel>& placed, std::size_t focused, const Box& area) {
+std::string faultOf(const Layout& layout, std::size_t count, std::size_t focused, const Box& area) {
+  const auto& placed = layout.placed;
   for (std::size_t i = 0; i < placed.size(); ++i) {
     const Box& box = placed[i].box;
     if (box.width < 0 || box.height <= 0) return "no size";
@@ -34,56 +40,63 @@ std::string faultOf(const std::vector<PlacedPanel>& placed, std::size_t focused,
   }
   const bool found = std::any_of(placed.begin(), placed.end(),
                                  [&](const PlacedPanel& panel) { return panel.panel == focused; });
-  return found ? "" : "the focused panel is missing";
+  if (!found) return "the focused panel is missing";
+  return placed.size() + layout.leftOut.size() == count ? "" : "a panel vanished unannounced";
 }
 
-TEST(Layout, EverySizeHoldsTheFocusedPanelAndNothingOverlaps) {
+TEST(Layout, EverySizeHoldsTheFocusedPanelAndNothingOverlapsOrVanishes) {
   const std::vector<std::vector<PanelSize>> sets = {
-      {{true, 30},
-       {true, 30},
-       {true, 50},
-       {false, 2},
-       {false, 12},
-       {false, 6},
-       {false, 1},
-       {false, 0}},
-      {{true, 30}},
-      {{false, 0}, {false, 200}, {false, 3}},
+      {{0, true, 30},
+       {1, true, 30},
+       {2, true, 50},
+       {3, false, 2},
+       {4, false, 12},
+       {5, false, 6},
+       {6, false, 1},
+       {7, false, 0}},
+      {{2, true, 30}},
+      {{3, false, 0}, {5, false, 200}, {6, false, 3}},
   };
   for (const auto& panels : sets) {
-    for (std::size_t focused = 0; focused < panels.size(); ++focused) {
+    for (const auto& [focused, isList, rows] : panels) {
       for (int width = 1; width <= 250; ++width) {
         for (int height = 1; height <= 80; ++height) {
           const Box area{1, 0, height, width};
-          const auto fault = faultOf(layOut(panels, focused, area), focused, area);
-          ASSERT_EQ(fault, "") << width << "x" << height << ", panel " << focused;
+          const auto layout = layOut(panels, focused, area, false);
+          ASSERT_EQ(faultOf(layout, panels.size(), focused, area), "")
+              << width << "x" << height << ", panel " << focused;
         }
       }
+      const Box area{0, 0, 30, 100};
+      const auto zoomed = layOut(panels, focused, area, true);
+      ASSERT_EQ(zoomed.placed.size(), 1U);
+      EXPECT_EQ(zoomed.placed[0].panel, focused);
+      EXPECT_EQ(zoomed.placed[0].box, area);
     }
   }
-  EXPECT_TRUE(layOut(sets[0], 0, {0, 0, 0, 80}).empty());
-  EXPECT_TRUE(layOut({}, 0, {0, 0, 24, 80}).empty());
-  EXPECT_EQ(layOut(sets[0], 0, {1, 0, 60, 200}).size(), 8U);  // a large screen has room for all
+  EXPECT_TRUE(layOut(sets[0], 0, {0, 0, 0, 80}, false).placed.empty());
+  EXPECT_TRUE(layOut({}, 0, {0, 0, 24, 80}, true).placed.empty());
+  EXPECT_TRUE(layOut(sets[0], 0, {1, 0, 60, 200}, false).leftOut.empty());
 }
 
 TEST(History, ASeriesKeepsItsLatestValuesAndItsExtremesForever) {
   Series series;
   series.add(-5);
-  for (int i = 0; i < 100; ++i) series.add(i);
-  EXPECT_EQ(series.size(), Series::kLength);
-  EXPECT_EQ(series.at(0), 60);
-  EXPECT_EQ(series.at(Series::kLength - 1), 99);
+  for (int i = 0; i < 300; ++i) series.add(i);
+  EXPECT_EQ(series.size(), 200U);
+  EXPECT_EQ(series.at(0), 100);
+  EXPECT_EQ(series.at(199), 299);
   EXPECT_EQ(series.minimum(), -5);
-  EXPECT_EQ(series.maximum(), 99);
+  EXPECT_EQ(series.maximum(), 299);
 }
 
 TEST(History, RowsThatDoNotComeAnyMoreAreForgotten) {
   History history;
-  for (std::size_t i = 0; i < 2 * Series::kLength; ++i) {
+  for (int i = 0; i < 80; ++i) {
     history.add("stays", 1);
     if (i == 0) history.add("leaves", 1);
     history.endRefresh();
-    if (i == Series::kLength) {
+    if (i == 40) {
       EXPECT_NE(history.of("leaves"), nullptr);
     }
   }
@@ -99,28 +112,116 @@ TEST(History, NumbersAreReadWithTheirUnits) {
   for (const auto& [text, number] : rows) EXPECT_EQ(numberOf(text), number) << text;
 }
 
-TEST(Sparkline, TheNewestValueStandsToTheRightAndTheScaleIsThatOfAllValues) {
+TEST(Graphs, TheNewestValueStandsToTheRightAndFixedScalesKeepSmallValuesSmall) {
   Series series;
-  EXPECT_EQ(sparkline(series, 3, false), "   ");
+  EXPECT_EQ(sparkline(series, {}, 3, false), "   ");
   series.add(4);
-  EXPECT_EQ(sparkline(series, 3, false), "  _");  // one value has no range
+  EXPECT_EQ(sparkline(series, {}, 3, false), "  _");  // one value has no range
   series.add(11);
   series.add(8);
-  EXPECT_EQ(sparkline(series, 5, false), "  _#=");
-  EXPECT_EQ(sparkline(series, 2, true), "█▅");
-  EXPECT_EQ(sparkline(series, -1, true), "");
+  EXPECT_EQ(sparkline(series, {}, 5, false), "  _#=");
+  EXPECT_EQ(sparkline(series, {}, 2, true), "█▅");
+  EXPECT_EQ(sparkline(series, {0, 100}, 3, false), "___");
+  EXPECT_EQ(sparkline(series, {0, 100}, -1, true), "");
+  // Two values a column: the left dots are the older one. A value that is there has a dot.
+  EXPECT_EQ(graphLines(series, {0, 8}, 2, 2, false), (std::vector<std::string>{"##", "##"}));
+  EXPECT_EQ(graphLines(series, {0, 12}, 3, 2, false), (std::vector<std::string>{" # ", "###"}));
+  EXPECT_EQ(graphLines(series, {0, 16}, 2, 1, true), (std::vector<std::string>{"⢀⣦"}));
+}
+
+double luminance(int colour) {
+  const auto level = [](int index) { return index == 0 ? 0 : 55 + index * 40; };  // of xterm's cube
+  const int grey = 8 + 10 * (colour - 232);
+  const int cube = colour - 16;
+  const int red = colour >= 232 ? grey : level(cube / 36);
+  const int green = colour >= 232 ? grey : level(cube / 6 % 6);
+  const int blue = colour >= 232 ? grey : level(cube % 6);
+  const auto linear = [](int value) {
+    const double share = value / 255.0;
+    return share <= 0.03928 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(red) + 0.7152 * linear(green) + 0.0722 * linear(blue);
+}
+
+TEST(Themes, EveryColourStandsOutFromItsBackground) {
+  for (const auto& theme : kThemes) {
+    const double background = luminance(theme.background);
+    for (const auto& ink : theme.inks) {
+      if (ink.rich < 0) continue;
+      const double colour = luminance(ink.rich);
+      const double contrast =
+          (std::max(colour, background) + 0.05) / (std::min(colour, background) + 0.05);
+      EXPECT_GE(contrast, 4.5) << theme.name << ", colour " << ink.rich;
+      EXPECT_GE(ink.rich, 16) << "the terminal's owner chooses the first sixteen";
+    }
+  }
+  EXPECT_EQ(themeNamed("light").name, "light");
+  EXPECT_EQ(themeNamed("no such").name, "dark");
+  EXPECT_EQ(nextTheme(themeNamed("mono")).name, "dark");
+}
+
+std::string textOf(const std::vector<MachineLine>& lines) {
+  std::string text;
+  for (const auto& line : lines) {
+    for (const auto& piece : line) text += piece.label + " " + piece.text + "|";
+    text += "\n";
+  }
+  return text;
+}
+
+TEST(MachineLines, TheMostImportantStaysWhereThereIsLittleRoom) {
+  MachineTotals totals;
+  totals.uptime = std::chrono::hours(76);
+  EXPECT_EQ(textOf(machineLines(totals, 80)), "up 3d 4h|\n");
+  totals.processors = Processors{0.925, {}};
+  totals.load = Load{1, 2, 3.456};
+  totals.memory = Memory{8ULL << 30, 2ULL << 30, 1ULL << 30, 4ULL << 30, 3ULL << 30};
+  totals.disks = Traffic{1.5 * 1024 * 1024, 300 * 1024};
+  totals.battery = Battery{0.04, Battery::State::kDischarging, std::chrono::minutes(65)};
+  totals.nearlyFull = {{"/", 0.98, 1ULL << 29, 1ULL << 36}};
+  const auto lines = machineLines(totals, 80);
+  EXPECT_EQ(textOf(lines),
+            "CPU 92%|load 1.00 2.00 3.46|battery 4% 1:05 left|up 3d 4h|\n"
+            "Mem 25% 2.0G of 8.0G|swap 3.0G of 4.0G|cache 1.0G|\n"
+            "Disk 1.5M/s read, 300K/s written|\n"
+            "nearly full: / 98% (512M left)|\n");
+  EXPECT_EQ(lines[0][0].level, Level::kHot);
+  EXPECT_EQ(lines[0][2].level, Level::kHot);
+  EXPECT_EQ(lines[1][1].level, Level::kWarm);
+  EXPECT_EQ(textOf(machineLines(totals, 30)).substr(0, 8), "CPU 92%|");
 }
 
 ProcessRow process(std::int32_t pid, const char* name, const char* cpu, const char* icon) {
   return {pid, name, {{"cpu", cpu}}, icon};
 }
 
-// The rows as "name value", hidden ones in brackets.
+const ProcessFacts* factsOf(std::int32_t pid) {
+  static const std::map<std::int32_t, ProcessFacts> facts = [] {
+    std::map<std::int32_t, ProcessFacts> known;
+    const auto add = [&](std::int32_t id, std::int32_t parent, const char* program,
+                         const char* command, const char* user) {
+      known[id].parent = parent;
+      known[id].program = program;
+      known[id].command = command;
+      known[id].user = user;
+    };
+    add(2, 1, "bash", "bash -l", "ada");
+    add(7, 2, "gnome-terminal-server", "/usr/libexec/gnome-terminal-server", "ada");
+    add(8, 7, "web", "web --page news", "bob");
+    add(9, 8, "cc1", "cc1 sort.c", "bob");
+    return known;
+  }();
+  const auto found = facts.find(pid);
+  return found != facts.end() ? &found->second : nullptr;
+}
+
+// The rows as "name value", one ">" for each level of the tree, hidden ones in brackets.
 std::vector<std::string> shown(std::string_view key, const Reading& reading,
                                const Choices& choices) {
   std::vector<std::string> lines;
-  for (const auto& row : displayRows(key, reading, choices)) {
-    const std::string line = row.name + " " + row.value;
+  for (const auto& row : displayRows(key, reading, choices, factsOf)) {
+    const std::string line =
+        std::string(static_cast<std::size_t>(row.depth), '>') + row.name + " " + row.value;
     lines.push_back(row.isHidden ? "(" + line + ")" : line);
   }
   return lines;
@@ -138,6 +239,10 @@ TEST(Rows, ProcessesAreGroupedFilteredAndOrderedAsChosen) {
     return choices;
   };
   using Lines = std::vector<std::string>;
+  Choices tree;
+  tree.isTree = true;
+  Choices elsewhere = choose(Order::kListed, "bash", false);
+  elsewhere.filteredPanel = kMEMAppUsageKey;
   const std::pair<Choices, Lines> rows[] = {
       {choose(Order::kListed, "", false),
        {"cc1 50.0%", "Web Content 30.5%", "web 25.0%", "bash 1.0%"}},
@@ -146,9 +251,21 @@ TEST(Rows, ProcessesAreGroupedFilteredAndOrderedAsChosen) {
        {"bash 1.0%", "Web Content 30.5%", "web 25.0%", "cc1 50.0%"}},
       {choose(Order::kName, "", false),
        {"bash 1.0%", "cc1 50.0%", "web 25.0%", "Web Content 30.5%"}},
-      {choose(Order::kValue, "", true), {"org.web (2) 55.5%", "cc1 50.0%", "bash 1.0%"}},
+      {choose(Order::kListed, "", true), {"org.web (2) 55.5%", "cc1 50.0%", "bash 1.0%"}},
+      {choose(Order::kListed, "news", false), {"web 25.0%"}},                      // a command line
+      {choose(Order::kListed, "ADA", false), {"Web Content 30.5%", "bash 1.0%"}},  // a user
+      {choose(Order::kListed, "org.w", false), {"Web Content 30.5%", "web 25.0%"}},
+      {tree, {"bash 1.0%", ">Web Content 30.5%", ">>web 25.0%", ">>>cc1 50.0%"}},
+      {elsewhere, {"cc1 50.0%", "Web Content 30.5%", "web 25.0%", "bash 1.0%"}},
   };
   for (const auto& [choices, lines] : rows) EXPECT_EQ(shown(kCPUAppUsageKey, list, choices), lines);
+}
+
+TEST(Rows, NamesThatTheKernelCutAreWholeAndOthersStay) {
+  const Reading list = std::vector<ProcessRow>{process(7, "gnome-terminal- ", "1.0", "unknown"),
+                                               process(9, "exactly-fifteen ", "1.0", "unknown")};
+  EXPECT_EQ(shown(kCPUAppUsageKey, list, {}),
+            (std::vector<std::string>{"gnome-terminal-server 1.0%", "exactly-fifteen 1.0%"}));
 }
 
 TEST(Rows, SensorsOfOneNameHaveHistoriesOfTheirOwnAndHiddenOnesComeWhenAskedFor) {
@@ -158,12 +275,19 @@ TEST(Rows, SensorsOfOneNameHaveHistoriesOfTheirOwnAndHiddenOnesComeWhenAskedFor)
   all.showsHidden = true;
   EXPECT_EQ(shown(kTempValuesKey, sensors, {}),
             (std::vector<std::string>{"GPU Diode 30 °C", "Ambient 80 °C"}));
-  const auto rows = displayRows(kTempValuesKey, sensors, all);
+  const auto rows = displayRows(kTempValuesKey, sensors, all, factsOf);
   ASSERT_EQ(rows.size(), 3U);
   EXPECT_NE(rows[0].id, rows[1].id);
   EXPECT_EQ(rows[0].level, Level::kNormal);
   EXPECT_EQ(rows[1].level, Level::kHot);
   EXPECT_EQ(rows[2].level, Level::kWarm);
+  EXPECT_EQ(rows[0].place, 0U);
+  EXPECT_EQ(rows[1].place, 1U);
+  all.isFahrenheit = true;
+  all.showsHidden = false;
+  all.aliases[{std::string(kTempValuesKey), "Ambient"}] = "Room";
+  EXPECT_EQ(shown(kTempValuesKey, sensors, all),
+            (std::vector<std::string>{"GPU Diode 86 °F", "Room 176 °F"}));
 }
 
 }  // namespace

@@ -16,6 +16,8 @@
 namespace tarvel {
 namespace {
 
+using namespace std::chrono_literals;
+
 // The samples of a text by name and labels, read as strictly as the format is written: every metric
 // has its heading before it, once, and no sample stands twice.
 std::map<std::string, double> samplesOf(const std::string& text) {
@@ -72,19 +74,33 @@ TEST_F(ExportTest, EveryKindOfReadingHasItsMetricInBaseUnits) {
       {R"(tarvel_current_amperes{sensor="CPU Core",place="1"})", 3},
       {R"(tarvel_power_watts{sensor="System Total",place="1"})", 36},
   };
-  EXPECT_EQ(samplesOf(ended.output), expected);
+  auto samples = samplesOf(ended.output);
+  EXPECT_GT(samples.at("tarvel_machine_memory_bytes"), 1e6);
+  EXPECT_LT(samples.at(R"(tarvel_reading_age_seconds{reading="TempValues"})"), 10);
+  std::erase_if(samples, [](const auto& sample) {
+    return sample.first.starts_with("tarvel_machine_") ||
+           sample.first.starts_with("tarvel_reading_");
+  });
+  EXPECT_EQ(samples, expected);
 }
 
 TEST(Metrics, WhatIsNoNumberOrStandsTwiceIsLeftOutAndNoTextBreaksALine) {
   const viewer::Snapshot snapshot = {
-      {"CPUAppUsage", std::vector<viewer::ProcessRow>{{1, "new\nline \xff", {{"cpu", "1e2"}}, ""},
-                                                      {1, "new\nline \xff", {{"cpu", "7"}}, ""},
-                                                      {2, "x", {{"cpu", "nan"}}, ""},
-                                                      {3, "y", {}, ""}}},
-      {"TempValues", std::vector<viewer::SensorRow>{{"none", "", "1"}}}};
+      {"CPUAppUsage",
+       std::vector<viewer::ProcessRow>{{1, "new\nline \xff", {{"cpu", "1e2"}}, ""},
+                                       {1, "new\nline \xff", {{"cpu", "7"}}, ""},
+                                       {2, "x", {{"cpu", "nan"}}, ""},
+                                       {3, "y", {}, ""}},
+       1s},
+      {"TempValues", std::vector<viewer::SensorRow>{{"none", "", "1"}}, 0ms},
+      {"PowerValues", std::vector<viewer::SensorRow>{{"old", "1.00", "1"}}, 11s},
+      {"CurrentValues", std::vector<viewer::SensorRow>{{"ever older", "1.00", "1"}}, {}}};
   const auto samples = samplesOf(viewer::metricsOf(snapshot, true));
   const std::map<std::string, double> expected = {
       {"tarvel_helper_up", 1},
+      {R"(tarvel_reading_age_seconds{reading="CPUAppUsage"})", 1},
+      {R"(tarvel_reading_age_seconds{reading="TempValues"})", 0},
+      {R"(tarvel_reading_age_seconds{reading="PowerValues"})", 11},
       {R"(tarvel_process_cpu_ratio{pid="1",name="new?line ?",application=""})", 0.01}};
   EXPECT_EQ(samples, expected);
 }
@@ -103,8 +119,15 @@ TEST_F(ExportTest, TheFileFollowsTheStoreUntilASignalComes) {
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.errors.starts_with("tarvel: ")) << refused.errors;
   EXPECT_EQ(tarvel({"export", "--textfile", path, "--listen", ":1"}).status, 2);
-  EXPECT_EQ(tarvel({"export", "--listen", "9188"}).status, 2);
-  EXPECT_EQ(tarvel({"export", "--listen", "localhost:no-port"}).status, 1);
+  for (const char* address : {"localhost:no-port", "localhost:", "localhost:65536", "x"}) {
+    EXPECT_EQ(tarvel({"export", "--listen", address}).status, 2) << address;
+  }
+  EXPECT_EQ(tarvel({"export", "--listen", "256.0.0.1:0"}).status, 1);
+  const auto served =
+      run("/usr/bin/timeout", {"-s", "TERM", "1", TARVEL_PROGRAM, "export", "--listen", "0"});
+  EXPECT_TRUE(served.errors.starts_with("tarvel: serving http://127.0.0.1:") ||
+              served.errors.starts_with("tarvel: serving http://[::1]:"))
+      << served.errors;
 }
 
 TEST(MetricsAnswer, OnlyGetOfTheOneDocumentIsServed) {

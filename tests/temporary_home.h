@@ -10,7 +10,7 @@
 
 #include "platform/system_log.h"
 
-// A user's home, made for one test and removed after it: the data and runtime folders of the
+// A user's home, made for one test and removed after it: the data, configuration and runtime folders of the
 // environment lead into it.
 
 namespace tarvel {
@@ -24,6 +24,7 @@ class TemporaryHome {
     std::filesystem::create_directory(path_ / "run");
     std::filesystem::permissions(path_ / "run", std::filesystem::perms::owner_all);
     ::setenv("XDG_DATA_HOME", (path_ / "data").c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", (path_ / "config").c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", (path_ / "run").c_str(), 1);
   }
   ~TemporaryHome() {

@@ -1,3 +1,6 @@
+#include <cstdint>
+#include <fstream>
+
 #include "product/identifiers.h"
 #include "tests/viewer_fixture.h"
 
@@ -21,6 +24,8 @@ TEST_F(ViewerTest, WrongUsageAndAbsentThingsAreOneLineOnStandardError) {
       {{"flag", "Panels", "CPU Proximity", "0"}, 2, "tarvel: Panels: "},
       {{"flag", "TempValues", "CPU Proximity", "0"}, 1, "tarvel: CPU Proximity: "},
       {{"request", "tea"}, 2, "tarvel: tea: "},
+      {{"pannels", "on"}, 2, "tarvel: arguments: "},
+      {{"alias", "Panels", "Fan 0", "x"}, 2, "tarvel: Panels: "},
       {{"defaults"}, 2, "tarvel: arguments: "},
       {{"defaults", "read", "Nothing"}, 1, "tarvel: Nothing: "},
       {{"defaults", "read", "--raw"}, 2, "tarvel: --raw: "},
@@ -52,6 +57,7 @@ TEST_F(ViewerTest, EveryCommandExplainsItself) {
                               {"panels", "on"},
                               {"show"},
                               {"flag"},
+                              {"alias"},
                               {"request"},
                               {"defaults"},
                               {"defaults", "read"},
@@ -92,20 +98,26 @@ TEST_F(ViewerTest, ReadingsAreShownAsTheyAreStored) {
   fillStore();
   const auto shown = json({"show", "--json"});
   EXPECT_EQ(shown["CPUAppUsage"],
-            Json::parse(R"([{"pid": 301, "name": "a\\\"b c ", "cpu": "12.3", "icon": "org.a.tiff"},
-                            {"pid": 302, "name": "bash  ", "cpu": "2.5", "icon": "unknown"}])"));
+            Json::parse(R"([{"pid": 301, "name": "a\\\"b c ", "cpu": "12.3", "icon": "org.a.tiff",
+                             "number": 12.3, "unit": "percent"},
+                            {"pid": 302, "name": "bash  ", "cpu": "2.5", "icon": "unknown",
+                             "number": 2.5, "unit": "percent"}])"));
   EXPECT_EQ(shown["MEMAppUsage"],
             Json::parse(R"([{"pid": 302, "name": "bash  ", "mem": "20M", "cmprs": "512K",
-                             "icon": "unknown"}])"));
+                             "icon": "unknown", "bytes": 20971520.0,
+                             "compressedBytes": 524288.0}])"));
   EXPECT_EQ(shown["EnergyAppUsage"][0]["power"], "4.2");
   EXPECT_EQ(shown["EnergyAppUsage"][0]["user"], "ada");
   EXPECT_EQ(shown["FanSpeedValues"],
             Json::parse(R"([{"name": "Fan 0", "current": "2500", "minimum": "2000",
-                             "maximum": "6144", "flag": "1"}])"));
+                             "maximum": "6144", "flag": "1", "number": 2500.0,
+                             "unit": "RPM"}])"));
   EXPECT_EQ(shown["TempValues"], Json::parse(R"([
-      {"name": "CPU Proximity", "value": "58", "flag": "1"},
-      {"name": "GPU Diode", "value": "91", "flag": "1"},
-      {"name": "GPU Diode", "value": "91", "flag": "1"}])"));
+      {"name": "CPU Proximity", "value": "58", "flag": "1", "number": 58.0, "unit": "°C"},
+      {"name": "GPU Diode", "value": "91", "flag": "1", "number": 91.0, "unit": "°C"},
+      {"name": "GPU Diode", "value": "91", "flag": "1", "number": 91.0, "unit": "°C"}])"));
+  EXPECT_LT(shown["age"]["TempValues"], 10.0);
+  EXPECT_GT(shown["machine"]["memory"]["totalBytes"], 1e6);
   EXPECT_EQ(shown["VoltageValues"][0]["value"], "1.25");
   EXPECT_EQ(shown["PowerValues"][0]["name"], "System Total");
   EXPECT_EQ(json({"show", "FanSpeedValues", "--json"}).size(), 1U);
@@ -122,6 +134,55 @@ TEST_F(ViewerTest, AFlagGoesToTheFirstRecordOfItsNameAlone) {
   EXPECT_EQ(shown["TempValues"][2]["flag"], "1");
   EXPECT_EQ(shown["FanSpeedValues"][0]["flag"], "hidden");
   EXPECT_EQ(shown["FanSpeedValues"][0]["maximum"], "6144");
+}
+
+// The time at which the helper published its readings, set back by this many seconds.
+void makeOlder(const std::string& path, std::int64_t seconds) {
+  std::fstream times(path, std::ios::in | std::ios::out | std::ios::binary);
+  for (std::streamoff at = 0; at < 64; at += 8) {
+    std::int64_t time = 0;
+    times.seekg(at);
+    times.read(reinterpret_cast<char*>(&time), sizeof time);
+    time -= seconds * 1'000'000'000;
+    times.seekp(at);
+    times.write(reinterpret_cast<const char*>(&time), sizeof time);
+  }
+}
+
+TEST_F(ViewerTest, OldReadingsAreNeverShownAsPresentOnes) {
+  fillStore();
+  makeOlder(file("data/QX8JD3LW6H.com.Tarvel/Library/Caches/ReadingTimes"), 125);
+  tarvel({"flag", "TempValues", "GPU Diode", "0"});  // a viewer's write makes nothing younger
+  const double age = json({"show", "--json"})["age"]["TempValues"];
+  EXPECT_GE(age, 125);
+  EXPECT_LT(age, 185);
+  EXPECT_NE(tarvel({"show", "TempValues"}).output.find("(2 min old)"), std::string::npos);
+  EXPECT_NE(tarvel({"watch", "--line", "--once"}).output.find(" (stale)\n"), std::string::npos);
+  EXPECT_EQ(json({"watch", "--line", "--once", "--format", "waybar"})["class"], "stale");
+  EXPECT_EQ(tarvel({"watch", "--line", "--once", "--text", "{temp}"}).output, "- (stale)\n");
+  EXPECT_EQ(tarvel({"export"}).output.find("tarvel_temperature_celsius"), std::string::npos);
+  const auto once = tarvel({"watch", "--once", "--no-helper"});
+  EXPECT_EQ(once.status, 1);
+  EXPECT_NE(once.output.find("58 °C"), std::string::npos);
+  EXPECT_EQ(once.errors, "tarvel: readings: 2 min old: is the helper running?\n");
+}
+
+TEST_F(ViewerTest, AliasesAreKeptInTheViewersSettings) {
+  const auto path = file("config/tarvel/dashboard.json");
+  EXPECT_EQ(tarvel({"alias", "TempValues", "GPU Diode", "Radeon"}).status, 0);
+  EXPECT_EQ(Json::parse(contentsOf(path))["aliases"],
+            Json::parse(R"({"TempValues": {"GPU Diode": "Radeon"}})"));
+  EXPECT_EQ(tarvel({"alias", "TempValues", "GPU Diode", ""}).status, 0);
+  EXPECT_EQ(Json::parse(contentsOf(path))["aliases"], Json::object());
+  for (const char* broken : {"[]", "{", "\xff"}) {
+    writeFile(path, broken);
+    EXPECT_EQ(tarvel({"alias", "TempValues", "GPU Diode", "x"}).status, 1) << broken;
+    EXPECT_EQ(contentsOf(path), broken) << "a broken file is its owner's to mend";
+  }
+  writeFile(path,
+            R"({"order": 7, "theme": [], "intervalMilliseconds": 1e300, "aliases": {"x": 1}})");
+  EXPECT_EQ(tarvel({"alias", "TempValues", "GPU Diode", "x"}).status, 0);
+  EXPECT_EQ(Json::parse(contentsOf(path))["intervalMilliseconds"], 60000);
 }
 
 TEST_F(ViewerTest, RequestsAreWrittenUnderTheirKeys) {
@@ -165,7 +226,14 @@ TEST_F(ViewerTest, WatchingEnablesAllPanelsWhereNoneWereChosen) {
   const auto line = run("/usr/bin/timeout",
                         {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--json", "--no-helper"});
   EXPECT_EQ(line.output.find('\n'), line.output.size() - 1) << "one line while nothing changes";
-  EXPECT_EQ(Json::parse(line.output), json({"show", "--json"}));
+  auto printed = Json::parse(line.output);
+  auto shown = json({"show", "--json"});
+  for (const char* moving : {"age", "machine"}) {
+    EXPECT_TRUE(printed.contains(moving)) << moving;
+    printed.erase(moving);
+    shown.erase(moving);
+  }
+  EXPECT_EQ(printed, shown);
   EXPECT_EQ(json({"defaults", "read", "Panels"}).size(), 8U);
 }
 
@@ -184,12 +252,24 @@ TEST_F(ViewerTest, TheWidgetPrintsOneLineInTheFormOfItsBar) {
                           "\n");
   EXPECT_EQ(Json::parse(once("i3blocks")),
             Json({{"full_text", plain}, {"short_text", R"(a\"b c 12.3%)"}, {"color", "#FF0000"}}));
-  EXPECT_EQ(Json::parse(once("waybar")),
-            Json({{"text", plain},
-                  {"tooltip", "a\\\"b c 12.3%\nGPU Diode 91 °C\nSystem Total 36.00 W"},
-                  {"class", "hot"}}));
+  auto waybar = Json::parse(once("waybar"));
+  EXPECT_LE(waybar["percentage"], 100);
+  waybar.erase("percentage");
+  EXPECT_EQ(waybar, Json({{"text", plain},
+                          {"tooltip", "a\\\"b c 12.3%\nGPU Diode 91 °C\nSystem Total 36.00 W"},
+                          {"class", "hot"}}));
+  const auto filled = [&](const std::string& text) {
+    return tarvel({"watch", "--line", "--once", "--text", text});
+  };
+  EXPECT_EQ(
+      filled("{temp} {temp:CPU Proximity} {fan:Fan 0} {fan} {power} {{x}} {battery.time}").output,
+      "91 °C 58 °C 2500 RPM - 36.00 W {x} -\n");
+  for (const char* wrong : {"{cpo}", "{temp", "}", "{}", "{temps:max}"}) {
+    EXPECT_EQ(filled(wrong).status, 2) << wrong;
+  }
   const auto kept = tarvel({"defaults", "read"}).output;
-  const auto runs = run("/usr/bin/timeout", {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--line"});
+  const auto runs = run("/usr/bin/timeout",
+                        {"-s", "TERM", "1", TARVEL_PROGRAM, "watch", "--line", "--no-helper"});
   EXPECT_EQ(runs.output, plain + "\n") << "one line while nothing changes";
   EXPECT_EQ(tarvel({"defaults", "read"}).output, kept) << "it writes nothing";
 }

@@ -6,6 +6,7 @@
 
 #include "product/store_keys.h"
 #include "text/conversions.h"
+#include "viewer/process_facts.h"
 #include "viewer/snapshot.h"
 
 namespace tarvel::viewer {
@@ -16,6 +17,8 @@ constexpr double kWarmDegrees = 75;
 constexpr double kHotDegrees = 90;
 constexpr double kWarmShare = 0.7;
 constexpr double kHotShare = 0.9;
+constexpr double kFullDegrees = 100;
+constexpr std::size_t kKernelNameLength = 15;  // TASK_COMM_LEN less its NUL
 
 // The column of a process list that it is ordered by.
 std::string_view mainColumn(std::string_view key) {
@@ -40,16 +43,24 @@ Level levelOf(double value, double warm, double hot) {
   return value >= warm ? Level::kWarm : Level::kNormal;
 }
 
-DisplayRow rowOf(std::string_view key, const ProcessRow& process) {
+// The kernel keeps fifteen bytes of a name: the command line tells the rest of it.
+std::string fullName(const ProcessRow& process, const FactsOf& factsOf) {
+  std::string name = trimmed(process.name);
+  if (name.size() < kKernelNameLength) return name;
+  const auto* facts = factsOf(process.pid);
+  return facts != nullptr && facts->program.starts_with(name) ? facts->program : name;
+}
+
+DisplayRow rowOf(std::string_view key, const ProcessRow& process, const FactsOf& factsOf) {
   DisplayRow row;
   row.id = std::string(key) + " " + std::to_string(process.pid);
-  row.name = trimmed(process.name);
+  row.name = fullName(process, factsOf);
   row.value = column(process, mainColumn(key));
   row.number = numberOf(row.value);
   if (key == kCPUAppUsageKey) row.value += "%";
   row.note = applicationOf(process);
-  if (row.note.empty()) row.note = column(process, "user");
-  row.isApplication = !applicationOf(process).empty();
+  row.user = column(process, "user");
+  row.isApplication = !row.note.empty();
   row.pid = process.pid;
   return row;
 }
@@ -82,6 +93,10 @@ std::vector<DisplayRow> grouped(const std::vector<DisplayRow>& rows) {
     group.value = textLike(row.value, *group.number);
     group.name = row.note + " (" + std::to_string(count) + ")";
   }
+  // A group may have risen above rows that the list had before it.
+  std::stable_sort(groups.begin(), groups.end(), [](const DisplayRow& a, const DisplayRow& b) {
+    return a.number.value_or(0) > b.number.value_or(0);
+  });
   return groups;
 }
 
@@ -93,17 +108,25 @@ void setShares(std::string_view key, std::vector<DisplayRow>& rows) {
   }
   for (auto& row : rows) {
     row.share = full > 0 ? std::clamp(row.number.value_or(0) / full, 0.0, 1.0) : 0;
+    row.scale = {0, full};
     if (key == kCPUAppUsageKey) row.level = levelOf(row.share, kWarmShare, kHotShare);
   }
+}
+
+std::string degreesText(double celsius, bool isFahrenheit) {
+  constexpr double kDegreesPerCelsius = 1.8;
+  if (!isFahrenheit) return formatted("%.0f °C", celsius);
+  return formatted("%.0f °F", celsius * kDegreesPerCelsius + 32);
 }
 
 struct Rows {
   std::string_view key;
   const Choices& choices;
+  const FactsOf& factsOf;
 
   std::vector<DisplayRow> operator()(const std::vector<ProcessRow>& processes) const {
     std::vector<DisplayRow> rows;
-    for (const auto& process : processes) rows.push_back(rowOf(key, process));
+    for (const auto& process : processes) rows.push_back(rowOf(key, process, factsOf));
     if (choices.isGrouped) rows = grouped(rows);
     setShares(key, rows);
     return rows;
@@ -113,11 +136,15 @@ struct Rows {
     std::vector<DisplayRow> rows;
     for (const auto& sensor : sensors) {
       rows.push_back(sensorRow(sensor.name, sensor.value, sensor.flag));
-      if (key != kTempValuesKey) continue;
-      const double degrees = rows.back().number.value_or(0);
-      rows.back().level = levelOf(degrees, kWarmDegrees, kHotDegrees);
-      rows.back().share = std::clamp(degrees / 100, 0.0, 1.0);
+      DisplayRow& row = rows.back();
+      if (key == kTempValuesKey && row.number) {
+        row.level = temperatureLevel(*row.number);
+        row.share = std::clamp(*row.number / kFullDegrees, 0.0, 1.0);
+        row.scale = {0, kFullDegrees};
+        row.value = degreesText(*row.number, choices.isFahrenheit);
+      }
     }
+    if (key == kPowerValuesKey) setPowerScale(rows);
     return rows;
   }
 
@@ -125,11 +152,16 @@ struct Rows {
     std::vector<DisplayRow> rows;
     for (const auto& fan : fans) {
       DisplayRow row = sensorRow(fan.name, fan.current, fan.flag);
-      row.note = fan.minimum + " to " + fan.maximum;
       const double least = numberOf(fan.minimum).value_or(0);
-      const double range = numberOf(fan.maximum).value_or(0) - least;
-      row.share = range > 0 ? std::clamp((row.number.value_or(0) - least) / range, 0.0, 1.0) : 0;
-      row.level = levelOf(row.share, kWarmShare, kHotShare);
+      const double most = numberOf(fan.maximum).value_or(0);
+      if (most > least) {
+        row.note = fan.minimum + " to " + fan.maximum;
+        row.share = std::clamp((row.number.value_or(0) - least) / (most - least), 0.0, 1.0);
+        row.scale = {least, most};
+        row.level = row.share >= kHotShare    ? Level::kHot
+                    : row.share >= kWarmShare ? Level::kWarm
+                                              : Level::kNormal;
+      }
       rows.push_back(std::move(row));
     }
     return rows;
@@ -138,21 +170,68 @@ struct Rows {
   DisplayRow sensorRow(const std::string& name, const std::string& value,
                        std::string_view flag) const {
     DisplayRow row;
-    row.name = name;
+    const auto alias = choices.aliases.find({std::string(key), name});
+    row.name = alias != choices.aliases.end() ? alias->second : name;
+    row.sensor = name;
     row.number = numberOf(value);
     row.value = value + " " + std::string(unitOf(key));
     row.isHidden = flag == "0";
     return row;
   }
+
+  static void setPowerScale(std::vector<DisplayRow>& rows) {
+    double most = 0;
+    for (const auto& row : rows) most = std::max(most, row.number.value_or(0));
+    for (auto& row : rows) row.scale = {0, most};
+  }
 };
 
 // Sensors of one name are told apart by their place among those of that name.
 void setSensorIds(std::string_view key, std::vector<DisplayRow>& rows) {
-  std::map<std::string, int> seen;
+  std::map<std::string, std::size_t> seen;
   for (auto& row : rows) {
     if (!row.id.empty()) continue;
-    row.id = std::string(key) + " " + row.name + " " + std::to_string(++seen[row.name]);
+    row.place = seen[row.sensor]++;
+    row.id = std::string(key) + " " + row.sensor + " " + std::to_string(row.place + 1);
   }
+}
+
+bool contains(const std::string& text, const std::string& wanted) {
+  return lowered(text).find(wanted) != std::string::npos;
+}
+
+bool matches(const DisplayRow& row, const std::string& wanted, const FactsOf& factsOf) {
+  if (wanted.empty() || contains(row.name, wanted) || contains(row.note, wanted) ||
+      contains(row.sensor, wanted)) {
+    return true;
+  }
+  const auto* facts = row.pid > 0 ? factsOf(row.pid) : nullptr;
+  return facts != nullptr && (contains(facts->command, wanted) || contains(facts->user, wanted));
+}
+
+// Every row below its parent where that is listed as well, in the order of the rows.
+std::vector<DisplayRow> asTree(std::vector<DisplayRow> rows, const FactsOf& factsOf) {
+  std::map<std::int32_t, std::int32_t> parents;
+  for (const auto& row : rows) {
+    const auto* facts = factsOf(row.pid);
+    parents[row.pid] = facts != nullptr ? facts->parent : 0;
+  }
+  std::vector<DisplayRow> tree;
+  std::vector<bool> isPlaced(rows.size(), false);
+  const auto place = [&](const auto& self, std::size_t index, int depth) -> void {
+    if (isPlaced[index]) return;
+    isPlaced[index] = true;
+    tree.push_back(rows[index]);
+    tree.back().depth = depth;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      if (parents[rows[i].pid] == rows[index].pid) self(self, i, depth + 1);
+    }
+  };
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (!parents.contains(parents[rows[i].pid])) place(place, i, 0);
+  }
+  for (std::size_t i = 0; i < rows.size(); ++i) place(place, i, 0);  // parents in a circle
+  return tree;
 }
 
 bool comesBefore(const DisplayRow& a, const DisplayRow& b, Order order) {
@@ -171,18 +250,25 @@ bool comesBefore(const DisplayRow& a, const DisplayRow& b, Order order) {
 
 }  // namespace
 
+Level temperatureLevel(double degrees) {
+  if (degrees >= kHotDegrees) return Level::kHot;
+  return degrees >= kWarmDegrees ? Level::kWarm : Level::kNormal;
+}
+
 std::vector<DisplayRow> displayRows(std::string_view key, const Reading& reading,
-                                    const Choices& choices) {
-  auto rows = std::visit(Rows{key, choices}, reading);
+                                    const Choices& choices, const FactsOf& factsOf) {
+  auto rows = std::visit(Rows{key, choices, factsOf}, reading);
   setSensorIds(key, rows);
-  const std::string wanted = lowered(choices.filter);
+  const bool filters = choices.filteredPanel.empty() || choices.filteredPanel == key;
+  const std::string wanted = filters ? lowered(choices.filter) : std::string();
   std::erase_if(rows, [&](const DisplayRow& row) {
-    const bool filtered = lowered(row.name).find(wanted) == std::string::npos;
-    return filtered || (row.isHidden && !choices.showsHidden);
+    return (row.isHidden && !choices.showsHidden) || !matches(row, wanted, factsOf);
   });
   std::stable_sort(rows.begin(), rows.end(), [&](const DisplayRow& a, const DisplayRow& b) {
     return comesBefore(a, b, choices.order);
   });
+  const bool isList = std::holds_alternative<std::vector<ProcessRow>>(reading);
+  if (isList && choices.isTree && !choices.isGrouped) rows = asTree(std::move(rows), factsOf);
   return rows;
 }
 

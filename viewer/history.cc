@@ -3,11 +3,16 @@
 #include <algorithm>
 
 namespace tarvel::viewer {
+namespace {
+
+constexpr std::size_t kRemembered = 40;  // refreshes: many processes come once and never again
+
+}  // namespace
 
 void Series::add(double value) {
   least_ = count_ == 0 ? value : std::min(least_, value);
   most_ = count_ == 0 ? value : std::max(most_, value);
-  values_[(first_ + count_) % kLength] = value;
+  values_[(first_ + count_) % kLength] = static_cast<float>(value);
   if (count_ < kLength) {
     ++count_;
   } else {
@@ -22,9 +27,8 @@ void History::add(const std::string& row, double value) {
 }
 
 void History::endRefresh() {
-  std::erase_if(rows_, [this](const auto& row) {
-    return row.second.lastRefresh + Series::kLength < refresh_;
-  });
+  std::erase_if(
+      rows_, [this](const auto& row) { return row.second.lastRefresh + kRemembered < refresh_; });
   ++refresh_;
 }
 

@@ -6,34 +6,33 @@
 #include <string>
 #include <string_view>
 
-// What the readings were: the latest values of each row, and the least and the largest since the
-// dashboard began.
+// What the readings were: the values of the last ten minutes of each row, and the least and the
+// largest since the viewer began.
 
 namespace tarvel::viewer {
 
 class Series {
  public:
-  static constexpr std::size_t kLength = 40;
+  static constexpr std::size_t kLength = 200;  // ten minutes of the helper's cycles
 
   void add(double value);
 
   std::size_t size() const { return count_; }
-  double at(std::size_t index) const {
-    return values_[(first_ + index) % kLength];
-  }  // 0: the oldest
+  double at(std::size_t index) const {  // 0: the oldest
+    return static_cast<double>(values_[(first_ + index) % kLength]);
+  }
   double minimum() const { return least_; }
   double maximum() const { return most_; }
 
  private:
-  std::array<double, kLength> values_{};
+  std::array<float, kLength> values_{};  // half the memory, and more digits than a graph shows
   std::size_t first_ = 0;
   std::size_t count_ = 0;
   double least_ = 0;
   double most_ = 0;
 };
 
-// The series of the rows of all panels. A row that has not come for as long as a series remembers
-// is forgotten.
+// The series of the rows of all panels. A row that has not come for two minutes is forgotten.
 class History {
  public:
   void add(const std::string& row, double value);

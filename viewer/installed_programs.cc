@@ -9,9 +9,11 @@ namespace tarvel::viewer {
 
 std::optional<std::string> installedProgram(const std::string& name) {
   std::error_code error;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  const auto path = program.parent_path().parent_path() / "lib/tarvel" / name;
-  return ::access(path.c_str(), X_OK) == 0 ? std::optional(path.string()) : std::nullopt;
+  const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  for (const auto& path : {folder / name, folder.parent_path() / "lib/tarvel" / name}) {
+    if (::access(path.c_str(), X_OK) == 0) return path.string();
+  }
+  return std::nullopt;
 }
 
 }  // namespace tarvel::viewer

@@ -1,11 +1,10 @@
 #include "viewer/model.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "platform/host/presence/application_registry.h"
-#include "platform/host/store/defaults_store.h"
-#include "product/store_keys.h"
-#include "viewer/display_rows.h"
+#include "platform/host/store/reading_times.h"
+#include "product/identifiers.h"
 #include "viewer/panels.h"
 #include "viewer/viewer_flag.h"
 
@@ -14,74 +13,105 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kStaleAfter = 10s;  // three cycles
+constexpr auto kFirstInterval = 250ms;  // the first shares of the processors come this soon
 
 bool isListKey(std::string_view key) {
   return key == kCPUAppUsageKey || key == kMEMAppUsageKey || key == kEnergyAppUsageKey;
 }
 
-// Why a panel has nothing to show.
-std::string whyEmpty(const PanelView& view, bool hasReading, const Choices& choices,
-                     bool helperRuns) {
-  if (!choices.filter.empty()) return "nothing matches the filter";
-  if (!hasReading && !helperRuns) return "the helper does not run";
-  if (view.key == kEnergyAppUsageKey) return "no desktop application runs";
-  if (view.isList) return "waiting for the first list";
-  return hasReading ? "all hidden: H shows them" : "none found: see tarvel doctor";
-}
-
 }  // namespace
 
-Model::Model(DefaultsStore& store, const ApplicationRegistry& registry)
-    : store_(store), registry_(registry), lastChange_(Clock::now()) {}
+Model::Model(DefaultsStore& store, ViewerSession& session) : store_(store), session_(session) {
+  for (std::size_t i = 0; i < views_.size(); ++i) {
+    views_[i].name = kPanelTable[i].name;
+    views_[i].key = kPanelTable[i].readingKey;
+    views_[i].isList = isListKey(views_[i].key);
+  }
+}
 
 bool Model::refresh(Clock::time_point now) {
-  const auto figures = cost_.measure(registry_, now);
+  session_.keepHelper(now);
+  const auto figures = cost_.measure(session_.registry(), now);
   const bool helperChanged = figures.has_value() != helperFigures_.has_value();
   helperFigures_ = figures;
-  if (choices.isFrozen) return helperChanged;
+  const bool sampled = sampleMachine(now);
+  if (choices.isFrozen) return helperChanged || sampled;
   const auto token = store_.changeToken();
-  if (shownToken_ == token) return helperChanged;
-  shownToken_ = token;
-  lastChange_ = now;
-  readPanels();
-  rebuild();
-  remember();
+  const bool changed = shownToken_ != token;
+  if (changed) {
+    shownToken_ = token;
+    readPanels();
+  }
+  updateAges();
+  if (changed || helperChanged) rebuild();
+  if (changed) remember();
+  return changed || helperChanged || sampled;
+}
+
+bool Model::sampleMachine(Clock::time_point now) {
+  const auto due =
+      totals_.processors ? interval : std::min<std::chrono::milliseconds>(interval, kFirstInterval);
+  if (lastSample_ && now - *lastSample_ < due) return false;
+  lastSample_ = now;
+  totals_ = machineReader_.sample(now, {});
+  if (totals_.processors) processorHistory_.add(totals_.processors->busy);
+  if (const auto& memory = totals_.memory) {
+    memoryHistory_.add(static_cast<double>(memory->used) / static_cast<double>(memory->total));
+  }
   return true;
 }
 
 void Model::readPanels() {
   const auto panels = store_.get(kPanelsKey);
-  views_.clear();
-  readings_.clear();
-  for (const auto& panel : kPanelTable) {
-    if (!isPanelEnabled(panels, panel.name)) continue;
-    views_.push_back({panel.name, panel.readingKey, isListKey(panel.readingKey), {}, {}});
-    const auto value = store_.get(panel.readingKey);
-    readings_.push_back(value ? decodeReading(panel.readingKey, *value) : std::nullopt);
+  for (std::size_t i = 0; i < views_.size(); ++i) {
+    auto& view = views_[i];
+    view.isOn = isPanelEnabled(panels, view.name);
+    const auto value = view.isShown() ? store_.get(view.key) : std::nullopt;
+    readings_[i] = value ? decodeReading(view.key, *value) : std::nullopt;
+  }
+}
+
+void Model::updateAges() {
+  const ReadingTimes times(kSuiteName);
+  for (auto& view : views_) {
+    view.age = view.isShown() ? times.age(view.key) : std::nullopt;
+    view.isStale = !view.rows.empty() && isStale(view.age);
   }
 }
 
 void Model::rebuild() {
+  const FactsOf factsOf = [this](std::int32_t pid) { return facts_.of(pid); };
   for (std::size_t i = 0; i < views_.size(); ++i) {
     auto& view = views_[i];
     const auto& reading = readings_[i];
-    view.rows = reading ? displayRows(view.key, *reading, choices) : std::vector<DisplayRow>{};
-    view.emptyReason =
-        view.rows.empty() ? whyEmpty(view, reading.has_value(), choices, helperFigures_.has_value())
-                          : std::string();
+    view.rows.clear();
+    if (reading && view.isShown()) view.rows = displayRows(view.key, *reading, choices, factsOf);
+    view.isStale = !view.rows.empty() && isStale(view.age);
+    view.emptyReason = view.rows.empty() ? whyEmpty(view, reading.has_value()) : std::string();
   }
+  facts_.endRefresh();
+}
+
+std::string Model::whyEmpty(const PanelView& view, bool hasReading) const {
+  if (view.isHidden) return "hidden";
+  if (!view.isOn) return "off";
+  if (!choices.filter.empty() && hasReading) return "nothing matches the filter";
+  if (!hasReading && !helperFigures_) return "no readings yet: the helper is not running";
+  if (view.key == kEnergyAppUsageKey) return "no desktop application is running";
+  if (view.isList) return "waiting for the first list";
+  return hasReading ? "all hidden (H shows them)" : "no sensors found (see tarvel doctor)";
 }
 
 // Everything is remembered, whatever is filtered or hidden at the moment.
 void Model::remember() {
+  const FactsOf nothing = [](std::int32_t) -> const ProcessFacts* { return nullptr; };
   Choices everything;
   everything.showsHidden = true;
   for (const bool isGrouped : {false, true}) {
     everything.isGrouped = isGrouped;
     for (std::size_t i = 0; i < views_.size(); ++i) {
       if (!readings_[i] || (isGrouped && !views_[i].isList)) continue;
-      for (const auto& row : displayRows(views_[i].key, *readings_[i], everything)) {
+      for (const auto& row : displayRows(views_[i].key, *readings_[i], everything, nothing)) {
         const bool isGroup = row.id.starts_with("application ");
         if (row.number && isGroup == isGrouped) histories_.add(row.id, *row.number);
       }
@@ -90,22 +120,22 @@ void Model::remember() {
   histories_.endRefresh();
 }
 
-std::optional<std::chrono::seconds> Model::staleFor(Clock::time_point now) const {
-  const auto quiet = std::chrono::duration_cast<std::chrono::seconds>(now - lastChange_);
-  bool listed = false;
-  for (const auto& view : views_) listed = listed || view.isList;
-  const bool expected = listed || !helperFigures_;
-  return expected && quiet >= kStaleAfter ? std::optional(quiet) : std::nullopt;
+void Model::togglePanel(std::size_t panel) {
+  auto& view = views_[panel];
+  const bool show = !view.isShown();
+  view.isHidden = !show;
+  if (show ? !view.isOn : session_.isAlone()) {
+    store_.change(kPanelsKey, [&](const std::optional<PropertyList>& panels) {
+      return std::optional(withPanel(panels, view.name, show));
+    });
+    if (!show) view.isHidden = false;  // off everywhere, by anybody's choice
+  }
+  shownToken_.reset();
 }
 
-void Model::switchPanel(std::string_view panel) {
-  store_.change(kPanelsKey, [&](const std::optional<PropertyList>& panels) {
-    return std::optional(withPanel(panels, panel, !isPanelEnabled(panels, panel)));
-  });
-}
-
-bool Model::toggleHidden(const PanelView& panel, const DisplayRow& row) {
-  return setViewerFlag(store_, panel.key, row.name, row.isHidden ? "1" : "0");
+bool Model::toggleHidden(std::size_t panel, const DisplayRow& row) {
+  shownToken_.reset();
+  return setViewerFlag(store_, views_[panel].key, row.sensor, row.place, row.isHidden ? "1" : "0");
 }
 
 }  // namespace tarvel::viewer

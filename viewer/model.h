@@ -1,24 +1,25 @@
 #pragma once
 
+#include <array>
 #include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/host/store/defaults_store.h"
+#include "product/store_keys.h"
 #include "viewer/display_rows.h"
 #include "viewer/helper_cost.h"
 #include "viewer/history.h"
+#include "viewer/machine/machine_reader.h"
+#include "viewer/process_facts.h"
+#include "viewer/reading_age.h"
 #include "viewer/readings.h"
+#include "viewer/viewer_session.h"
 
-// What the dashboard shows, apart from how: the enabled panels with their rows, and what the user
-// has chosen.
-
-namespace tarvel {
-class ApplicationRegistry;
-}
+// What an interactive viewer shows, apart from how: the panels with their rows, the machine's
+// totals, and what the user has chosen. One thread.
 
 namespace tarvel::viewer {
 
@@ -26,15 +27,23 @@ struct PanelView {
   std::string_view name;  // in the store
   std::string_view key;   // of its readings
   bool isList = false;
+  bool isOn = false;      // enabled in the store
+  bool isHidden = false;  // by this viewer alone
   std::vector<DisplayRow> rows;
   std::string emptyReason;  // why there are no rows
+  std::optional<std::chrono::milliseconds> age;
+  bool isStale = false;  // there are rows, and they are not of now
+
+  bool isShown() const { return isOn && !isHidden; }
 };
 
 class Model {
  public:
   using Clock = std::chrono::steady_clock;
+  using Panels = std::array<PanelView, kPanelTable.size()>;
 
-  Model(DefaultsStore& store, const ApplicationRegistry& registry);
+  // Both outlive the model.
+  Model(DefaultsStore& store, ViewerSession& session);
 
   // Takes in what has changed; true when there is something new to show.
   bool refresh(Clock::time_point now);
@@ -42,30 +51,48 @@ class Model {
   // The rows anew after a choice.
   void rebuild();
 
-  const std::vector<PanelView>& panels() const { return views_; }
+  // All panels, in the order of the panel table.
+  const Panels& panels() const { return views_; }
   const History& history() const { return histories_; }
   const std::optional<HelperCost::Figures>& helper() const { return helperFigures_; }
 
-  // How long nothing has changed; none while readings come as they should.
-  std::optional<std::chrono::seconds> staleFor(Clock::time_point now) const;
+  const MachineTotals& machine() const { return totals_; }
+  const Series& processorHistory() const { return processorHistory_; }
+  const Series& memoryHistory() const { return memoryHistory_; }
 
-  void switchPanel(std::string_view panel);
-  bool toggleHidden(const PanelView& panel, const DisplayRow& row);  // false: not stored
+  // Facts of a process that is on the screen; null where it has ended.
+  const ProcessFacts* facts(std::int32_t pid) { return facts_.of(pid); }
+
+  // The panel is hidden here, or shown again. In the store it follows only while no other viewer
+  // runs: what others look at goes on being measured.
+  void togglePanel(std::size_t panel);
+
+  // False where the store takes no writes.
+  bool toggleHidden(std::size_t panel, const DisplayRow& row);
 
   Choices choices;
+  std::chrono::milliseconds interval{2000};  // between two samples of the machine's totals
 
  private:
   void readPanels();
+  void updateAges();
   void remember();
+  bool sampleMachine(Clock::time_point now);
+  std::string whyEmpty(const PanelView& view, bool hasReading) const;
 
   DefaultsStore& store_;
-  const ApplicationRegistry& registry_;
+  ViewerSession& session_;
   HelperCost cost_;
   History histories_;
-  std::vector<PanelView> views_;
-  std::vector<std::optional<Reading>> readings_;  // of the views, as they were read last
+  Panels views_;
+  std::array<std::optional<Reading>, kPanelTable.size()> readings_;
   std::optional<HelperCost::Figures> helperFigures_;
-  Clock::time_point lastChange_;
+  ProcessFactsReader facts_;
+  MachineReader machineReader_;
+  MachineTotals totals_;
+  Series processorHistory_;
+  Series memoryHistory_;
+  std::optional<Clock::time_point> lastSample_;
   std::optional<DefaultsStore::ChangeToken> shownToken_;
 };
 

@@ -53,6 +53,8 @@ std::optional<std::string_view> panelNamed(std::string_view name) {
   return std::nullopt;
 }
 
+std::string_view shortName(std::string_view panel) { return labelOf(panel).shortName; }
+
 std::string_view panelTitle(std::string_view panel) { return labelOf(panel).title; }
 
 bool isPanelEnabled(const std::optional<PropertyList>& panels, std::string_view panel) {

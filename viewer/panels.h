@@ -16,6 +16,9 @@ namespace tarvel::viewer {
 // "fans", "temperatures", "voltages", "powers", "currents"); none for any other name.
 std::optional<std::string_view> panelNamed(std::string_view name);
 
+// The short name of a panel of the store.
+std::string_view shortName(std::string_view panel);
+
 // A panel of the store, titled for people.
 std::string_view panelTitle(std::string_view panel);
 

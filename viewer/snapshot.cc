@@ -2,6 +2,7 @@
 
 #include "platform/host/container/group_container.h"
 #include "platform/host/store/defaults_store.h"
+#include "platform/host/store/reading_times.h"
 #include "product/identifiers.h"
 #include "product/store_keys.h"
 
@@ -14,11 +15,14 @@ std::vector<std::string_view> readingKeys() {
 }
 
 Snapshot readSnapshot(DefaultsStore& store, const std::vector<std::string_view>& keys) {
+  const ReadingTimes times(kSuiteName);
   Snapshot snapshot;
   for (const auto key : keys) {
     const auto value = store.get(key);
     if (!value) continue;
-    if (auto reading = decodeReading(key, *value)) snapshot.emplace_back(key, std::move(*reading));
+    if (auto reading = decodeReading(key, *value)) {
+      snapshot.push_back({key, *std::move(reading), times.age(key)});
+    }
   }
   return snapshot;
 }

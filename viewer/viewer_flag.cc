@@ -15,9 +15,10 @@ std::string* flagIn(Array& record) {
   return values != nullptr && values->size() == 4 ? (*values)[3].as<std::string>() : nullptr;
 }
 
-// The archive with the flag of the first record of that name set; none where no record has it.
+// The archive with the flag of that record set; none where there is no such record.
 std::optional<PropertyList> withFlag(const std::optional<PropertyList>& stored,
-                                     const std::string& sensor, const std::string& value) {
+                                     const std::string& sensor, std::size_t place,
+                                     const std::string& value) {
   const auto archiver = makeKeyedArchiver();
   const auto* data = stored ? stored->as<Data>() : nullptr;
   auto records = data != nullptr ? archiver->unarchiveObjectWithData(*data) : std::nullopt;
@@ -26,7 +27,7 @@ std::optional<PropertyList> withFlag(const std::optional<PropertyList>& stored,
     auto* record = object.as<Array>();
     const auto* name =
         record != nullptr && !record->empty() ? (*record)[0].as<std::string>() : nullptr;
-    if (name == nullptr || *name != sensor) continue;
+    if (name == nullptr || *name != sensor || place-- > 0) continue;
     std::string* flag = flagIn(*record);
     if (flag == nullptr) return std::nullopt;
     *flag = value;
@@ -38,9 +39,9 @@ std::optional<PropertyList> withFlag(const std::optional<PropertyList>& stored,
 }  // namespace
 
 bool setViewerFlag(DefaultsStore& store, std::string_view key, const std::string& sensor,
-                   const std::string& value) {
+                   std::size_t place, const std::string& value) {
   return store.change(key, [&](const std::optional<PropertyList>& before) {
-    return withFlag(before, sensor, value);
+    return withFlag(before, sensor, place, value);
   });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -12,9 +13,10 @@ class DefaultsStore;
 
 namespace tarvel::viewer {
 
-// Sets the flag of the first stored record of exactly this name, in one transaction. False, and
-// nothing is written, where the key holds no such record or the store takes no writes.
+// Sets the flag of a stored record of exactly this name, in one transaction: `place` 0 is the first
+// of them, 1 the second. False, and nothing is written, where the key holds no such record or the
+// store takes no writes.
 bool setViewerFlag(DefaultsStore& store, std::string_view key, const std::string& sensor,
-                   const std::string& value);
+                   std::size_t place, const std::string& value);
 
 }  // namespace tarvel::viewer

@@ -7,13 +7,14 @@ namespace tarvel::viewer {
 namespace {
 
 constexpr int kFrame = 2;       // rows above and below the contents
-constexpr int kLeast = 5;       // rows of the smallest panel
+constexpr int kLeastList = 5;   // rows of the smallest list
+constexpr int kLeast = 3;       // rows of the smallest panel
 constexpr int kListShare = 56;  // percent of the width that lists get beside sensors
 constexpr int kWide = 150;      // columns from which lists stand side by side
 
 // The panels of a column that fit, the focused one among them where it is one of them.
 std::vector<std::size_t> fitting(std::vector<std::size_t> column, std::size_t focused, int height) {
-  const auto most = static_cast<std::size_t>(std::max(height / kLeast, 1));
+  const auto most = static_cast<std::size_t>(std::max(height / kLeastList, 1));
   if (column.size() <= most) return column;
   const auto place = std::find(column.begin(), column.end(), focused);
   const auto index = place != column.end() ? static_cast<std::size_t>(place - column.begin()) : 0;
@@ -28,7 +29,8 @@ std::vector<int> shareOut(const std::vector<PanelSize>& panels,
                           const std::vector<std::size_t>& column, int height) {
   std::vector<int> heights;
   for (const auto panel : column) {
-    heights.push_back(std::max(panels[panel].rows + kFrame, kLeast));
+    const int least = panels[panel].isList ? kLeastList : kLeast;
+    heights.push_back(std::max(panels[panel].rows + kFrame, least));
   }
   int rest = height - std::accumulate(heights.begin(), heights.end(), 0);
   for (; rest < 0; ++rest) --*std::max_element(heights.begin(), heights.end());
@@ -70,23 +72,37 @@ void placeKind(const std::vector<PanelSize>& panels, const std::vector<std::size
 
 }  // namespace
 
-std::vector<PlacedPanel> layOut(const std::vector<PanelSize>& panels, std::size_t focused,
-                                Box area) {
+Layout layOut(const std::vector<PanelSize>& panels, std::size_t focused, Box area, bool isZoomed) {
+  Layout layout;
+  if (area.height <= 0 || area.width <= 0) return layout;
   std::vector<std::size_t> lists;
   std::vector<std::size_t> sensors;
-  for (std::size_t i = 0; i < panels.size(); ++i) (panels[i].isList ? lists : sensors).push_back(i);
+  std::size_t focusedIndex = 0;
+  for (std::size_t i = 0; i < panels.size(); ++i) {
+    (panels[i].isList ? lists : sensors).push_back(i);
+    if (panels[i].panel == focused) focusedIndex = i;
+  }
   std::vector<PlacedPanel> placed;
-  if (area.height <= 0 || area.width <= 0) return placed;
+  if (isZoomed && !panels.empty()) {
+    return {{{panels[focusedIndex].panel, area}}, {}};
+  }
   const bool both = !lists.empty() && !sensors.empty();
   const int listWidth = both ? area.width * kListShare / 100 : (lists.empty() ? 0 : area.width);
   if (!lists.empty()) {
-    placeKind(panels, lists, focused, {area.top, area.left, area.height, listWidth}, placed);
+    placeKind(panels, lists, focusedIndex, {area.top, area.left, area.height, listWidth}, placed);
   }
   if (!sensors.empty()) {
     const Box right = {area.top, area.left + listWidth, area.height, area.width - listWidth};
-    placeKind(panels, sensors, focused, right, placed);
+    placeKind(panels, sensors, focusedIndex, right, placed);
   }
-  return placed;
+  for (std::size_t i = 0; i < panels.size(); ++i) {
+    const bool isPlaced = std::any_of(placed.begin(), placed.end(),
+                                      [&](const PlacedPanel& each) { return each.panel == i; });
+    if (!isPlaced) layout.leftOut.push_back(panels[i].panel);
+  }
+  for (auto& each : placed) each.panel = panels[each.panel].panel;
+  layout.placed = std::move(placed);
+  return layout;
 }
 
 }  // namespace tarvel::viewer

@@ -16,19 +16,25 @@ struct Box {
 };
 
 struct PanelSize {
-  bool isList = false;  // a process list, which takes all the room it gets
-  int rows = 0;         // what it has to show, without its frame
+  std::size_t panel = 0;  // its index
+  bool isList = false;    // a process list, which takes all the room it gets
+  int rows = 0;           // what it has to show, without its frame
 };
 
 struct PlacedPanel {
-  std::size_t panel = 0;  // its index
+  std::size_t panel = 0;
   Box box;
 };
 
-// Lists to the left, sensors to the right, each column shared out by what its panels have to show.
-// Panels that would get less than a title and two rows are left out, those after the focused one
-// first, so that the focused one always stands there.
-std::vector<PlacedPanel> layOut(const std::vector<PanelSize>& panels, std::size_t focused,
-                                Box area);
+struct Layout {
+  std::vector<PlacedPanel> placed;
+  std::vector<std::size_t> leftOut;  // there was no room for these
+};
+
+// Lists to the left, sensors to the right, each column shared out by what its panels have to show;
+// sensors get what they need, lists the rest. Panels that would get less than a title and two rows
+// are left out, those after the focused one first, so that the focused one always stands there.
+// Zoomed, the focused one has the area to itself and no other counts as left out.
+Layout layOut(const std::vector<PanelSize>& panels, std::size_t focused, Box area, bool isZoomed);
 
 }  // namespace tarvel::viewer

@@ -1,26 +1,28 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <string>
+#include <string_view>
 
 #include <curses.h>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include "platform/host/files/file_descriptor.h"
-#include "platform/host/presence/application_registry.h"
 #include "platform/host/store/defaults_store.h"
 #include "platform/system_log.h"
 #include "product/identifiers.h"
 #include "programs/dashboard/controller.h"
-#include "programs/dashboard/exit_status.h"
 #include "programs/dashboard/painter.h"
 #include "programs/dashboard/screen.h"
+#include "programs/dashboard/terminal_guard.h"
+#include "settings/viewer_settings.h"
 #include "viewer/model.h"
+#include "viewer/viewer_session.h"
 
-// tarvel-dashboard: the live dashboard on a terminal. Started by `tarvel watch`, which registers
-// the viewer, starts the helper and, should this end badly, puts the terminal in order.
+// tarvel-dashboard [--no-helper]: the live dashboard on a terminal, what `tarvel` becomes there.
 
 namespace {
 
@@ -28,7 +30,7 @@ using namespace tarvel;
 using namespace tarvel::viewer;
 using namespace std::chrono_literals;
 
-constexpr auto kLook = 500ms;  // between two looks at the store
+constexpr auto kLook = 250ms;  // between two looks at the store
 
 // The picture must not be written over; who wants the log of a command runs `tarvel doctor`.
 class NoLog : public SystemLog {
@@ -52,36 +54,74 @@ bool waitForInput(const FileDescriptor& signals) {
   return sources[1].revents == 0 && !hungUp;
 }
 
-int show(Screen& screen, const FileDescriptor& signals) {
+bool takeKeys(Screen& screen, Controller& controller, bool& pressed) {
+  pressed = false;
+  for (int key = screen.key(); key != ERR; key = screen.key()) {
+    pressed = true;
+    if (!controller.press(key)) return false;
+  }
+  return true;
+}
+
+// Shows the model until a key or a signal ends it.
+void run(Screen& screen, Model& model, Controller& controller, const FileDescriptor& signals) {
+  bool pressed = true;
+  do {
+    const bool changed = model.refresh(Model::Clock::now());
+    if (changed || pressed) controller.painted(paint(screen, model, controller.cursor()));
+  } while (waitForInput(signals) && takeKeys(screen, controller, pressed));
+}
+
+void show(Screen& screen, const FileDescriptor& signals, bool startsHelper) {
   NoLog log;
   DefaultsStore store(kSuiteName, log);
-  const ApplicationRegistry registry;
-  Model model(store, registry);
-  Controller controller(model, screen);
-  bool pressed = true;
-  bool wasStale = false;
-  do {
-    const auto now = Model::Clock::now();
-    const bool changed = model.refresh(now);
-    const bool stale = model.staleFor(now).has_value();
-    if (changed || pressed || stale || wasStale) {
-      controller.placed(paint(screen, model, controller.cursor(), now));
-    }
-    wasStale = stale;
-    if (!waitForInput(signals)) return 0;
-    pressed = false;
-    for (int key = screen.key(); key != ERR; key = screen.key()) {
-      pressed = true;
-      if (!controller.press(key)) return 0;
-    }
-  } while (true);
+  ViewerSession session(kViewerIdentifier, store, startsHelper);
+  const std::string path = settingsPath();
+  auto [settings, fault] = loadSettings(path);
+  screen.setTheme(themeNamed(settings.theme));
+  Model model(store, session);
+  model.choices = settings.choices;
+  model.interval = settings.interval;
+  Cursor start;
+  start.showsColumns = settings.showsColumns;
+  if (fault) start.message = "settings ignored: " + *fault;
+  if (!session.canStartHelper()) start.message = "the helper is not beside this program";
+  Controller controller(model, screen, std::move(start));
+  run(screen, model, controller, signals);
+  if (fault) return;  // a file that its owner may want to mend is left as it is
+  // Names may have been given meanwhile, by `tarvel alias`.
+  settings.choices = model.choices;
+  settings.choices.aliases = loadSettings(path).settings.choices.aliases;
+  settings.interval = model.interval;
+  settings.theme = screen.theme().name;
+  settings.showsColumns = controller.cursor().showsColumns;
+  saveSettings(settings, path);
+}
+
+// A terminal that cannot place its cursor gets a snapshot.
+int printSnapshot() {
+  std::array<char, 4096> own{};
+  const auto size = ::readlink("/proc/self/exe", own.data(), own.size() - 1);
+  std::string path(own.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+  path = path.substr(0, path.rfind("/lib/")) + "/bin/tarvel";
+  ::execl(path.c_str(), "tarvel", "watch", "--once", nullptr);
+  std::fprintf(stderr, "tarvel: dashboard: this terminal cannot show it\n");
+  return 1;
 }
 
 }  // namespace
 
-int main() {
-  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-  const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP});
-  Screen screen;
-  return screen.isReady() ? show(screen, signals) : kUnfitTerminal;
+int main(int argc, char** argv) {
+  const bool startsHelper = argc < 2 || std::string_view(argv[1]) != "--no-helper";
+  goOnGuarded();
+  const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP, SIGQUIT});
+  std::signal(SIGPIPE, SIG_IGN);
+  {
+    Screen screen;
+    if (screen.isReady()) {
+      show(screen, signals, startsHelper);
+      return 0;
+    }
+  }
+  return printSnapshot();
 }

@@ -3,248 +3,254 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <utility>
 
-#include "programs/dashboard/sparkline.h"
-#include "viewer/display_rows.h"
+#include "programs/dashboard/graphs.h"
+#include "programs/dashboard/machine_lines.h"
+#include "programs/dashboard/overlays.h"
+#include "programs/dashboard/row_painter.h"
 #include "viewer/panels.h"
 
 namespace tarvel::viewer {
 namespace {
 
-constexpr int kValueWidth = 10;
-constexpr int kPidWidth = 8;
-constexpr int kRangeWidth = 20;  // of "least to largest" beside a sensor
-
-constexpr std::array<std::string_view, 17> kHelp = {
-    "1 to 8      switch a panel on or off",
-    "Tab         next panel (Shift-Tab: the one before)",
-    "arrows, j k select a row (Page Up, Page Down, Home, End)",
-    "Enter       details of the row",
-    "s           order as listed, by value, name, process id",
-    "/           show only names that contain a text",
-    "g           processes of one application as one row",
-    "h           hide the sensor, or show it again",
-    "H           show hidden sensors as well",
-    "f, blank    freeze the picture",
-    "r           redraw",
-    "?           this help",
-    "q           quit",
-    "",
-    "* marks applications. Bars: share of one core, of the largest,",
-    "of 100 degrees, of a fan's range. Lines: the last two minutes.",
-    "Panels: 1 cpu 2 memory 3 energy 4 fans 5 temperatures 6 volts 7 W 8 A"};
-
-Ink inkOf(Level level) {
-  if (level == Level::kHot) return Ink::kHot;
-  return level == Level::kWarm ? Ink::kWarm : Ink::kGood;
-}
-
-std::string rightAligned(const std::string& text, int width) {
-  const auto columns = static_cast<std::size_t>(std::max(width, 0));
-  std::size_t characters = 0;
-  for (const char c : text) characters += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
-  return std::string(characters < columns ? columns - characters : 0, ' ') + text;
-}
+constexpr int kTwoColumns = 76;     // columns from which sensors stand side by side
+constexpr int kTotalsGraph = 40;    // lines of the screen from which the totals have graphs
+constexpr int kSelectedGraph = 32;  // and the selected row
+constexpr int kGraphHeight = 3;
 
 std::string formatted(const char* format, double value) {
-  char text[48];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), format, value);
+  return text.data();
 }
 
-std::string title(const Model& model, std::size_t panel) {
+std::string title(const Model& model, std::size_t panel, bool isZoomed) {
   const auto& view = model.panels()[panel];
-  std::string text(panelTitle(view.name));
   const auto& choices = model.choices;
+  std::string text = std::to_string(panel + 1) + " " + std::string(panelTitle(view.name));
   if (view.isList && choices.isGrouped) text += " by application";
+  if (view.isList && choices.isTree && !choices.isGrouped) text += " as a tree";
   if (choices.order == Order::kValue) text += ", largest first";
   if (choices.order == Order::kName) text += ", by name";
   if (choices.order == Order::kPid && view.isList) text += ", by id";
-  if (!choices.filter.empty()) text += " ~" + choices.filter;
+  const bool isFiltered = choices.filteredPanel.empty() || choices.filteredPanel == view.key;
+  if (!choices.filter.empty() && isFiltered) text += " ~" + choices.filter;
+  if (isZoomed) text += " (zoomed)";
+  if (view.isStale) text += " - STALE, " + ageText(view.age);
   return text;
 }
 
-// From the right: value, bar, history; the rest is for the name.
-void paintListRow(Screen& screen, const Model& model, const DisplayRow& row, int line, Box box,
-                  Ink nameInk) {
-  int right = box.left + box.width;
-  right -= kValueWidth;
-  screen.put(line, right, kValueWidth, rightAligned(row.value, kValueWidth), inkOf(row.level));
-  if (box.width >= 46) {
-    const int bar = std::min(box.width / 8, 16);
-    right -= bar + 1;
-    screen.put(line, right, bar, barText(row.share, bar, screen.isUnicode()), inkOf(row.level));
+// The totals, then per-core load and graphs where there is room. Returns the lines taken.
+int paintMachine(Screen& screen, const Model& model) {
+  const Box area = screen.area();
+  int line = 0;
+  for (const auto& pieces : machineLines(model.machine(), area.width)) {
+    int left = 0;
+    for (const auto& piece : pieces) {
+      left += screen.put(line, left, area.width - left, piece.label, Ink::kTitle) + 1;
+      const Ink ink = piece.level == Level::kNormal ? Ink::kPlain : inkOf(piece.level);
+      if (piece.share >= 0) {
+        screen.put(line, left, kBarWidth, barText(piece.share, kBarWidth, screen.isUnicode()),
+                   inkOf(piece.level));
+        left += kBarWidth + 1;
+      }
+      left += screen.put(line, left, area.width - left, piece.text, ink) + 3;
+    }
+    const bool isFirst = line == 0 && model.machine().processors;
+    if (isFirst) {
+      const auto& cores = model.machine().processors->cores;
+      const int room = area.width - left;
+      if (static_cast<int>(cores.size()) + 6 <= room) {
+        left += screen.put(line, left, room, "cores ", Ink::kTitle);
+        screen.put(line, left, area.width - left, blocksText(cores, screen.isUnicode()),
+                   Ink::kGood);
+      }
+    }
+    ++line;
   }
-  const Series* series = model.history().of(row.id);
-  if (box.width >= 60 && series != nullptr) {
-    const int width = std::min(box.width / 6, 20);
-    right -= width + 1;
-    screen.put(line, right, width, sparkline(*series, width, screen.isUnicode()), Ink::kDim);
-  }
-  int left = box.left;
-  screen.put(line, left, kPidWidth, rightAligned(std::to_string(row.pid), kPidWidth - 1),
-             Ink::kDim);
-  left += kPidWidth;
-  screen.put(line, left, 2, row.isApplication ? "* " : "  ", Ink::kMark);
-  left += 2;
-  left += screen.put(line, left, right - left - 1, row.name, nameInk) + 2;
-  if (right - left > 8 && !row.note.empty() && row.note != row.name) {
-    screen.put(line, left, right - left - 1, row.note, Ink::kDim);
-  }
+  return line;
 }
 
-std::string rangeText(const DisplayRow& row, const Series& series) {
-  const bool whole = row.value.find('.') == std::string::npos;
-  const char* format = whole ? "%.0f" : "%.2f";
-  return formatted(format, series.minimum()) + " to " + formatted(format, series.maximum());
+int paintTotalsGraphs(Screen& screen, const Model& model, int top) {
+  const Box area = screen.area();
+  const int width = (area.width - 3) / 2;
+  const auto graph = [&](const Series& series, int left, const char* label) {
+    const auto lines = graphLines(series, {0, 1}, width, kGraphHeight, screen.isUnicode());
+    for (int i = 0; i < kGraphHeight; ++i) {
+      screen.put(top + i, left, width, lines[static_cast<std::size_t>(i)], Ink::kGood);
+    }
+    screen.put(top, left, width, label, Ink::kDim);
+  };
+  graph(model.processorHistory(), 0, "CPU 100%");
+  graph(model.memoryHistory(), width + 3, "Mem 100%");
+  return kGraphHeight;
 }
 
-void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row, int line, Box box,
-                    Ink nameInk) {
-  int right = box.left + box.width;
-  const Series* series = model.history().of(row.id);
-  if (box.width >= 64) {
-    right -= kRangeWidth;
-    const std::string text =
-        !row.note.empty() ? row.note : (series != nullptr ? rangeText(row, *series) : "");
-    screen.put(line, right, kRangeWidth, rightAligned(text, kRangeWidth), Ink::kDim);
-  }
-  right -= kValueWidth;
-  screen.put(line, right, kValueWidth, rightAligned(row.value, kValueWidth), inkOf(row.level));
-  if (box.width >= 40 && series != nullptr) {
-    const int width = std::min(box.width / 5, 20);
-    right -= width + 1;
-    screen.put(line, right, width, sparkline(*series, width, screen.isUnicode()), Ink::kDim);
-  }
-  const std::string name = row.isHidden ? "(" + row.name + ")" : row.name;
-  screen.put(line, box.left, right - box.left - 1, name, row.isHidden ? Ink::kDim : nameInk);
-}
-
-void paintPanel(Screen& screen, const Model& model, const PlacedPanel& placed,
-                const Cursor& cursor) {
+void paintPanel(Screen& screen, Model& model, const PlacedPanel& placed, const Cursor& cursor,
+                Picture& picture) {
   const auto& view = model.panels()[placed.panel];
-  const bool focused = placed.panel == cursor.panel;
-  screen.frame(placed.box, title(model, placed.panel), focused ? Ink::kFocus : Ink::kTitle);
-  const Box inner = {placed.box.top + 1, placed.box.left + 2, placed.box.height - 2,
-                     placed.box.width - 4};
-  if (view.rows.empty()) {
-    screen.put(inner.top, inner.left, inner.width, view.emptyReason, Ink::kDim);
-    return;
+  const bool isFocused = placed.panel == cursor.panel;
+  const Box inner = innerOf(view, placed.box);
+  const auto shown = shownRows(view, inner, isFocused ? cursor.row : 0);
+  const std::size_t end = std::min(shown.first + shown.columns * shown.perColumn, view.rows.size());
+  const std::size_t more = view.rows.size() - (end - shown.first);
+  Ink ink = isFocused ? Ink::kFocus : Ink::kTitle;
+  if (view.isStale) ink = Ink::kHot;
+  screen.frame(placed.box, title(model, placed.panel, cursor.isZoomed), ink,
+               more > 0 ? "+" + std::to_string(more) + " more" : "");
+  if (inner.top > placed.box.top + 1) {
+    const Box line = {inner.top - 1, inner.left, 1, inner.width};
+    const auto heads = paintHeads(screen, view, line, model.choices, cursor.showsColumns);
+    picture.heads.insert(picture.heads.end(), heads.begin(), heads.end());
   }
-  const std::size_t first = focused ? firstShownRow(cursor.row, inner.height) : 0;
-  for (int line = 0; line < inner.height; ++line) {
-    const std::size_t index = first + static_cast<std::size_t>(line);
-    if (index >= view.rows.size()) break;
-    const bool selected = focused && index == cursor.row;
-    const auto paintRow = view.isList ? paintListRow : paintSensorRow;
-    paintRow(screen, model, view.rows[index], inner.top + line, inner,
-             selected ? Ink::kSelected : Ink::kPlain);
+  constexpr int kGap = 2;
+  const int columns = static_cast<int>(shown.columns);
+  const int width = (inner.width - kGap * (columns - 1)) / std::max(columns, 1);
+  for (std::size_t index = shown.first; index < end; ++index) {
+    const auto place = index - shown.first;
+    const int column = static_cast<int>(place / shown.perColumn);
+    const Box line = {inner.top + static_cast<int>(place % shown.perColumn),
+                      inner.left + column * (width + kGap), 1, width};
+    const bool isSelected = isFocused && index == cursor.row;
+    const Ink rowInk = isSelected ? Ink::kSelected : Ink::kPlain;
+    if (view.isList) {
+      paintListRow(screen, model, view.rows[index], line, cursor.showsColumns, rowInk);
+    } else {
+      paintSensorRow(screen, model, view.rows[index], line, rowInk);
+    }
   }
 }
 
-void paintStatus(Screen& screen, const Model& model, const Cursor& cursor,
-                 Model::Clock::time_point now) {
+// Panels without rows, by why they have none, and those there was no room for: a line each.
+std::vector<std::string> foldedLines(const Model& model, const std::vector<std::size_t>& leftOut) {
+  std::vector<std::pair<std::string, std::string>> reasons;
+  const auto add = [&](std::size_t panel, const std::string& why) {
+    auto found = std::find_if(reasons.begin(), reasons.end(),
+                              [&](const auto& reason) { return reason.first == why; });
+    if (found == reasons.end()) found = reasons.insert(reasons.end(), {why, ""});
+    if (!found->second.empty()) found->second += "  ";
+    found->second +=
+        std::to_string(panel + 1) + " " + std::string(panelTitle(model.panels()[panel].name));
+  };
+  for (std::size_t i = 0; i < model.panels().size(); ++i) {
+    const auto& view = model.panels()[i];
+    if (view.rows.empty()) add(i, view.emptyReason.empty() ? "waiting" : view.emptyReason);
+  }
+  for (const auto panel : leftOut) add(panel, "no room: Tab or a zoom (z) shows them");
+  std::vector<std::string> lines;
+  for (const auto& [why, panels] : reasons) lines.push_back(panels + ": " + why);
+  return lines;
+}
+
+// The selected row's last ten minutes in the full width.
+void paintSelectedGraph(Screen& screen, const Model& model, const Cursor& cursor, int top) {
+  const auto& view = model.panels()[cursor.panel];
+  if (cursor.row >= view.rows.size()) return;
+  const auto& row = view.rows[cursor.row];
+  const auto* series = model.history().of(row.id);
+  if (series == nullptr) return;
+  const Box area = screen.area();
+  const auto lines = graphLines(*series, row.scale, area.width, kGraphHeight, screen.isUnicode());
+  for (int i = 0; i < kGraphHeight; ++i) {
+    screen.put(top + 1 + i, 0, area.width, lines[static_cast<std::size_t>(i)], Ink::kGood);
+  }
+  const Scale scale = drawnScale(*series, row.scale);
+  screen.put(top, 0, area.width,
+             row.name + "  " + row.value + "   scale " + textLike(row.value, scale.from) + " to " +
+                 textLike(row.value, scale.to) + ", last 10 minutes",
+             Ink::kTitle);
+}
+
+void paintStatus(Screen& screen, const Model& model, const Cursor& cursor) {
   const Box area = screen.area();
   const int line = area.height - 1;
   int left = 0;
   const auto say = [&](const std::string& text, Ink ink) {
     left += screen.put(line, left, area.width - left, text, ink);
   };
-  if (cursor.overlay == Overlay::kFilter) return say("/" + model.choices.filter + "_", Ink::kFocus);
+  if (const auto prompt = promptText(model, cursor); !prompt.empty()) {
+    return say(prompt, Ink::kFocus);
+  }
   if (!cursor.message.empty()) return say(cursor.message, Ink::kWarm);
   const auto& helper = model.helper();
   if (!helper) {
-    say(" the helper does not run ", Ink::kHot);
+    say(" helper is not running ", Ink::kHot);
   } else {
     say(" helper ", Ink::kDim);
     if (helper->millisecondsACycle) {
-      say(formatted("%.1f ms of processor time a cycle, ", *helper->millisecondsACycle),
-          Ink::kPlain);
+      say(formatted("%.1f ms per cycle, ", *helper->millisecondsACycle), Ink::kPlain);
     }
     say(formatted("%.1f MB ", static_cast<double>(helper->residentKilobytes) / 1024), Ink::kPlain);
   }
-  if (const auto stale = model.staleFor(now)) {
-    say(" readings are " + std::to_string(stale->count()) + " s old ", Ink::kWarm);
-  }
   if (model.choices.isFrozen) say(" frozen ", Ink::kWarm);
-  constexpr std::string_view keys = "? help  q quit ";
-  const int rest = area.width - static_cast<int>(keys.size());
-  if (rest > left) screen.put(line, rest, area.width - rest, keys, Ink::kDim);
+  constexpr std::string_view kKeys = "? help  q quit ";
+  const int rest = area.width - static_cast<int>(kKeys.size());
+  if (rest > left) screen.put(line, rest, area.width - rest, kKeys, Ink::kDim);
 }
 
-void paintOverlay(Screen& screen, const std::string& heading,
-                  const std::vector<std::string>& lines) {
-  const Box area = screen.area();
-  std::size_t widest = heading.size() + 4;
-  for (const auto& line : lines) widest = std::max(widest, line.size());
-  const int width = std::min(static_cast<int>(widest) + 4, area.width);
-  const int height = std::min(static_cast<int>(lines.size()) + 2, area.height - 1);
-  const Box box = {(area.height - height) / 2, (area.width - width) / 2, height, width};
-  for (int row = box.top; row < box.top + height; ++row) {
-    screen.put(row, box.left, width, std::string(static_cast<std::size_t>(width), ' '),
-               Ink::kPlain);
+std::vector<PanelSize> sizesOf(const Model& model) {
+  std::vector<PanelSize> sizes;
+  for (std::size_t i = 0; i < model.panels().size(); ++i) {
+    const auto& view = model.panels()[i];
+    if (view.rows.empty()) continue;
+    sizes.push_back({i, view.isList, static_cast<int>(view.rows.size()) + (view.isList ? 1 : 0)});
   }
-  screen.frame(box, heading, Ink::kFocus);
-  for (int i = 0; i < height - 2; ++i) {
-    screen.put(box.top + 1 + i, box.left + 2, width - 4, lines[static_cast<std::size_t>(i)],
-               Ink::kPlain);
-  }
-}
-
-std::string commandLine(std::int32_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline", std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  while (text.ends_with('\0')) text.pop_back();
-  std::replace(text.begin(), text.end(), '\0', ' ');
-  return text;
-}
-
-void paintDetails(Screen& screen, const Model& model, const Cursor& cursor) {
-  const auto& view = model.panels()[cursor.panel];
-  if (cursor.row >= view.rows.size()) return;
-  const auto& row = view.rows[cursor.row];
-  std::vector<std::string> lines = {"now       " + row.value};
-  if (const auto* series = model.history().of(row.id)) {
-    lines.push_back("least     " + textLike(row.value, series->minimum()));
-    lines.push_back("largest   " + textLike(row.value, series->maximum()));
-  }
-  if (!row.note.empty()) lines.push_back((view.isList ? "belongs   " : "range     ") + row.note);
-  if (row.pid > 0) {
-    lines.push_back("process   " + std::to_string(row.pid));
-    lines.push_back("command   " + commandLine(row.pid));
-  }
-  if (!view.isList) lines.push_back(row.isHidden ? "hidden    yes" : "hidden    no");
-  paintOverlay(screen, row.name, lines);
+  return sizes;
 }
 
 }  // namespace
 
-std::size_t firstShownRow(std::size_t selected, int height) {
-  const auto shown = static_cast<std::size_t>(std::max(height, 1));
-  return selected < shown ? 0 : selected - shown + 1;
+Box innerOf(const PanelView& panel, Box box) {
+  Box inner = {box.top + 1, box.left + 2, box.height - 2, box.width - 4};
+  constexpr int kRoomForHeads = 4;
+  if (panel.isList && inner.height >= kRoomForHeads) {
+    ++inner.top;
+    --inner.height;
+  }
+  return inner;
 }
 
-std::vector<PlacedPanel> paint(Screen& screen, const Model& model, const Cursor& cursor,
-                               Model::Clock::time_point now) {
+ShownRows shownRows(const PanelView& panel, Box inner, std::size_t selected) {
+  ShownRows shown;
+  shown.perColumn = static_cast<std::size_t>(std::max(inner.height, 1));
+  const bool isCrowded = panel.rows.size() > shown.perColumn;
+  if (!panel.isList && isCrowded && inner.width >= kTwoColumns) shown.columns = 2;
+  const std::size_t room = shown.perColumn * shown.columns;
+  shown.first = selected < room ? 0 : selected - room + 1;
+  return shown;
+}
+
+Picture paint(Screen& screen, Model& model, const Cursor& cursor) {
   screen.begin();
+  Picture picture;
   const Box area = screen.area();
-  std::vector<PanelSize> sizes;
-  for (const auto& view : model.panels()) {
-    sizes.push_back({view.isList, static_cast<int>(std::max<std::size_t>(view.rows.size(), 1))});
+  int top = paintMachine(screen, model);
+  if (area.height >= kTotalsGraph) top += paintTotalsGraphs(screen, model, top);
+  int bottom = area.height - 1;
+  if (area.height >= kSelectedGraph) {
+    bottom -= kGraphHeight + 1;
+    paintSelectedGraph(screen, model, cursor, bottom);
   }
-  const auto placed = layOut(sizes, cursor.panel, {0, 0, area.height - 1, area.width});
-  for (const auto& panel : placed) paintPanel(screen, model, panel, cursor);
-  if (placed.empty())
-    screen.put(0, 0, area.width, "No panel is on: 1 to 8 switch one on.", Ink::kDim);
-  paintStatus(screen, model, cursor, now);
-  if (cursor.overlay == Overlay::kHelp) paintOverlay(screen, "Help", {kHelp.begin(), kHelp.end()});
-  if (cursor.overlay == Overlay::kDetails && !model.panels().empty()) {
-    paintDetails(screen, model, cursor);
+  // What is left out needs a line of its own, which may leave out more: the second look settles it.
+  const auto sizes = sizesOf(model);
+  Layout layout;
+  std::vector<std::string> folded = foldedLines(model, {});
+  for (int look = 0; look < 2; ++look) {
+    const int height = bottom - top - static_cast<int>(folded.size());
+    layout = layOut(sizes, cursor.panel, {top, 0, height, area.width}, cursor.isZoomed);
+    folded = foldedLines(model, layout.leftOut);
   }
+  for (std::size_t i = 0; i < folded.size(); ++i) {
+    const int line = bottom - static_cast<int>(folded.size() - i);
+    if (line >= top) screen.put(line, 0, area.width, folded[i], Ink::kDim);
+  }
+  for (const auto& panel : layout.placed) paintPanel(screen, model, panel, cursor, picture);
+  picture.panels = std::move(layout.placed);
+  paintStatus(screen, model, cursor);
+  paintOverlay(screen, model, cursor);
   screen.end();
-  return placed;
+  return picture;
 }
 
 }  // namespace tarvel::viewer

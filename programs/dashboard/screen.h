@@ -4,12 +4,11 @@
 #include <string_view>
 
 #include "programs/dashboard/layout.h"
+#include "programs/dashboard/themes.h"
 
 // The terminal, as curses drives it, and what it can show. Leaves it as it was at the end.
 
 namespace tarvel::viewer {
-
-enum class Ink { kPlain, kTitle, kFocus, kDim, kGood, kWarm, kHot, kMark, kSelected };
 
 class Screen {
  public:
@@ -19,10 +18,14 @@ class Screen {
   Screen& operator=(const Screen&) = delete;
 
   // Whether the terminal could be set up at all.
-  bool isReady() const { return ready_; }
-  bool isUnicode() const { return unicode_; }
+  bool isReady() const { return isReady_; }
+  bool isUnicode() const { return isUnicode_; }
 
   Box area() const;
+
+  // NO_COLOR and terminals without colours get the attributes of the theme alone.
+  void setTheme(const Theme& theme);
+  const Theme& theme() const { return *theme_; }
 
   void begin();   // an empty picture
   void end();     // shows it
@@ -31,19 +34,17 @@ class Screen {
   // Text at a place, cut to the width in columns; returns the columns it took.
   int put(int row, int column, int width, std::string_view text, Ink ink);
 
-  // A frame with a title in its upper edge.
-  void frame(Box box, std::string_view title, Ink ink);
+  // A frame with a title in its upper edge and, where there is one, a note in its lower.
+  void frame(Box box, std::string_view title, Ink ink, std::string_view note = {});
 
   // The next key, a character or a KEY_ code; ERR when none waits.
   int key();
 
  private:
-  bool ready_ = false;
-  bool unicode_ = false;
-  bool colour_ = false;
+  bool isReady_ = false;
+  bool isUnicode_ = false;
+  bool hasColour_ = false;
+  const Theme* theme_ = nullptr;
 };
-
-// A bar of this many columns, filled to the share.
-std::string barText(double share, int width, bool unicode);
 
 }  // namespace tarvel::viewer

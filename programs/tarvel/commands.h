@@ -36,8 +36,12 @@ int showReadings(DefaultsStore& store, const std::vector<std::string>& keys, boo
 int setFlag(DefaultsStore& store, const std::string& key, const std::string& sensor,
             const std::string& value);
 
-// "updates", "uninstall" or "clear-sensors".
-int requestAction(DefaultsStore& store, const std::string& action);
+// The viewers' own name for a sensor, kept in their settings; an empty one removes it.
+int setAlias(const std::string& key, const std::string& sensor, const std::string& name);
+
+// "updates", "uninstall" or "clear-sensors". On a terminal, "uninstall" is asked about first,
+// unless it was confirmed already, and the outcome of each is told.
+int requestAction(DefaultsStore& store, const std::string& action, bool isConfirmed);
 
 enum class DefaultsFormat { kIndented, kOneLine, kRaw };
 int readDefaults(DefaultsStore& store, const std::optional<std::string>& key,

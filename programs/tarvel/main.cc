@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -13,7 +14,8 @@
 #include "product/version.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/export.h"
-#include "programs/tarvel/tools_process.h"
+#include "programs/tarvel/nearest_word.h"
+#include "programs/tarvel/other_programs.h"
 #include "programs/tarvel/watch.h"
 #include "programs/tarvel/widget.h"
 
@@ -27,6 +29,7 @@ using namespace tarvel::viewer;
 // Everything that can stand on the command line.
 struct Arguments {
   WatchOptions watch;
+  WidgetOptions widget;
   ExportOptions exporting;
   std::vector<std::string> names;
   std::string key;
@@ -35,6 +38,7 @@ struct Arguments {
   std::string file;
   bool json = false;
   bool isLine = false;
+  bool isConfirmed = false;
   unsigned cycles = 1;
   bool raw = false;
 };
@@ -43,28 +47,33 @@ using Words = std::vector<std::string>;
 using Command = std::function<int(DefaultsStore&)>;
 
 void addWatch(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* watchCommand = app.add_subcommand("watch", "Show the live dashboard");
+  auto* watchCommand =
+      app.add_subcommand("watch", "Show the live dashboard, a snapshot or a status line");
   watchCommand->add_flag("--once", arguments.watch.once, "print the readings once and exit");
   auto* json =
-      watchCommand->add_flag("--json", arguments.watch.json, "print JSON, a line for every change");
-  watchCommand->add_flag("--no-helper", arguments.watch.noHelper, "start no helper");
+      watchCommand->add_flag("--json", arguments.watch.json, "print JSON, one line per change");
+  watchCommand->add_flag("--no-helper", arguments.watch.noHelper, "do not start a helper");
   auto* line = watchCommand->add_flag("--line", arguments.isLine, "print a line for a status bar");
   line->excludes(json);
-  watchCommand
-      ->add_option("--format", arguments.text, "the line's: plain, tmux, waybar or i3blocks")
+  watchCommand->add_option("--format", arguments.widget.format, "plain, tmux, waybar or i3blocks")
       ->default_str("plain")
+      ->needs(line);
+  watchCommand
+      ->add_option("--text", arguments.widget.text,
+                   "text of the line, such as '{cpu}% {mem} {temp:max} {fan} {battery}'")
       ->needs(line);
   watchCommand->callback([&] {
     command = [&](DefaultsStore& store) {
       if (!arguments.isLine) return watch(store, arguments.watch);
-      const auto& format = arguments.text;
-      return showLines(store, format.empty() ? "plain" : format, arguments.watch.once);
+      arguments.widget.once = arguments.watch.once;
+      arguments.widget.noHelper = arguments.watch.noHelper;
+      return showLines(store, arguments.widget);
     };
   });
 }
 
 void addPanels(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* panels = app.add_subcommand("panels", "Print the panels, or switch them on and off");
+  auto* panels = app.add_subcommand("panels", "List the panels, or switch them on and off");
   panels->add_flag("--json", arguments.json, "print JSON");
   panels->callback([&, panels] {
     if (!panels->get_subcommands().empty()) return;
@@ -86,7 +95,7 @@ void addPanels(CLI::App& app, Arguments& arguments, Command& command) {
 }
 
 void addShow(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* show = app.add_subcommand("show", "Print the readings in the store");
+  auto* show = app.add_subcommand("show", "Print the current readings");
   show->add_option("KEY", arguments.names, "only these readings");
   show->add_flag("--json", arguments.json, "print JSON");
   show->callback([&] {
@@ -108,11 +117,26 @@ void addFlag(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
+void addAlias(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* alias = app.add_subcommand("alias", "Give a sensor a name of your own");
+  alias->add_option("KEY", arguments.key, "the reading, such as TempValues")->required();
+  alias->add_option("SENSOR", arguments.sensor, "the sensor's name")->required();
+  alias->add_option("NAME", arguments.text, "the new name; empty for none")->required();
+  alias->callback([&] {
+    command = [&](DefaultsStore&) {
+      return setAlias(arguments.key, arguments.sensor, arguments.text);
+    };
+  });
+}
+
 void addRequest(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* request = app.add_subcommand("request", "Ask something of the helper");
+  auto* request = app.add_subcommand("request", "Send a request to the helper");
   request->add_option("ACTION", arguments.text, "updates, uninstall or clear-sensors")->required();
+  request->add_flag("--yes", arguments.isConfirmed, "do not ask before uninstalling");
   request->callback([&] {
-    command = [&](DefaultsStore& store) { return requestAction(store, arguments.text); };
+    command = [&](DefaultsStore& store) {
+      return requestAction(store, arguments.text, arguments.isConfirmed);
+    };
   });
 }
 
@@ -149,7 +173,7 @@ void addDefaultsWrite(CLI::App& defaults, Arguments& arguments, Command& command
 }
 
 void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* defaults = app.add_subcommand("defaults", "Read and write the store as it is");
+  auto* defaults = app.add_subcommand("defaults", "Raw access to the store");
   defaults->require_subcommand(1);
   addDefaultsRead(*defaults, arguments, command);
   addDefaultsWrite(*defaults, arguments, command);
@@ -162,7 +186,7 @@ void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
 
 // What needs the machine itself is left to a program of its own.
 void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers and what is missing");
+  auto* doctor = app.add_subcommand("doctor", "Check sensors, permissions and setup");
   doctor->add_flag("--json", arguments.json, "print JSON");
   doctor->callback([&] {
     command = [&](DefaultsStore&) -> int {
@@ -184,10 +208,12 @@ void addRecord(CLI::App& app, Arguments& arguments, Command& command) {
 }
 
 void addExport(CLI::App& app, Arguments& arguments, Command& command) {
-  auto* exporting = app.add_subcommand("export", "Print the readings for Prometheus");
+  auto* exporting = app.add_subcommand("export", "Export the readings for Prometheus");
   auto* file = exporting->add_option("--textfile", arguments.exporting.textFile,
-                                     "replace this file after every change");
-  exporting->add_option("--listen", arguments.exporting.address, "answer GET /metrics at HOST:PORT")
+                                     "write to this file after every change");
+  exporting
+      ->add_option("--listen", arguments.exporting.address,
+                   "serve /metrics at HOST:PORT, or at PORT of the loopback")
       ->excludes(file);
   exporting->callback([&] {
     command = [&](DefaultsStore& store) { return exportReadings(store, arguments.exporting); };
@@ -197,6 +223,15 @@ void addExport(CLI::App& app, Arguments& arguments, Command& command) {
 int complain(int status, const std::string& text) {
   std::fprintf(stderr, "tarvel: %s\n", text.c_str());
   return status;
+}
+
+// ", did you mean …?" where the first word is nearly a command.
+std::string suggestion(const CLI::App& app, int argc, char** argv) {
+  std::vector<std::string> known;
+  for (const auto* command : app.get_subcommands({})) known.push_back(command->get_name());
+  if (argc < 2 || std::find(known.begin(), known.end(), argv[1]) != known.end()) return {};
+  const auto nearest = nearestWord(argv[1], known);
+  return nearest ? " (did you mean " + *nearest + "?)" : "";
 }
 
 int run(const Command& command) {
@@ -215,8 +250,8 @@ int parseAndRun(int argc, char** argv) {
   CLI::App app("Tarvel, a system monitor. Without a command: the live dashboard.", "tarvel");
   app.set_version_flag("--version", "tarvel " + std::string(kVersion));
   app.require_subcommand(0, 1);
-  for (const auto add : {addWatch, addPanels, addShow, addFlag, addRequest, addDefaults, addDoctor,
-                         addRecord, addExport}) {
+  for (const auto add : {addWatch, addPanels, addShow, addFlag, addAlias, addRequest, addDefaults,
+                         addDoctor, addRecord, addExport}) {
     add(app, arguments, command);
   }
   try {
@@ -224,7 +259,8 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::Success& answered) {
     return app.exit(answered);
   } catch (const CLI::ParseError& error) {
-    return complain(kUsage, std::string("arguments: ") + error.what());
+    return complain(kUsage,
+                    "arguments: " + std::string(error.what()) + suggestion(app, argc, argv));
   }
   return run(command);
 }

@@ -137,8 +137,47 @@ struct MetricsOf {
 std::string metricsOf(const Snapshot& snapshot, bool helperRuns) {
   Metric helper("tarvel_helper_up", "Whether a helper runs and refreshes the readings.");
   helper.add({}, helperRuns ? 1 : 0);
-  std::string text = helper.text();
-  for (const auto& [key, reading] : snapshot) text += std::visit(MetricsOf{key}, reading);
+  Metric age("tarvel_reading_age_seconds", "Time since the helper published the reading.");
+  std::string readings;
+  for (const auto& reading : snapshot) {
+    if (!reading.age) continue;
+    age.add({{"reading", std::string(reading.key)}},
+            std::chrono::duration<double>(*reading.age).count());
+    if (!reading.isStale()) readings += std::visit(MetricsOf{reading.key}, reading.rows);
+  }
+  return helper.text() + age.text() + readings;
+}
+
+std::string metricsOf(const MachineTotals& totals) {
+  std::string text;
+  const auto add = [&](std::string_view name, std::string_view help, auto number) {
+    Metric metric(name, help);
+    metric.add({}, static_cast<double>(number));
+    text += metric.text();
+  };
+  add("tarvel_machine_uptime_seconds", "Time since the machine started.", totals.uptime.count());
+  if (const auto& processors = totals.processors) {
+    add("tarvel_machine_cpu_ratio", "Share of all processors that is busy.", processors->busy);
+  }
+  if (const auto& memory = totals.memory) {
+    add("tarvel_machine_memory_bytes", "Memory of the machine.", memory->total);
+    add("tarvel_machine_memory_used_bytes", "Memory that is not available.", memory->used);
+    add("tarvel_machine_swap_used_bytes", "Swap that is in use.", memory->swapUsed);
+  }
+  if (const auto& load = totals.load) {
+    add("tarvel_machine_load", "Load, averaged over one minute.", load->one);
+  }
+  if (const auto& disks = totals.disks) {
+    add("tarvel_machine_disk_read_bytes_per_second", "Read from disks.", disks->in);
+    add("tarvel_machine_disk_written_bytes_per_second", "Written to disks.", disks->out);
+  }
+  if (const auto& networks = totals.networks) {
+    add("tarvel_machine_network_received_bytes_per_second", "Received.", networks->in);
+    add("tarvel_machine_network_sent_bytes_per_second", "Sent.", networks->out);
+  }
+  if (const auto& battery = totals.battery) {
+    add("tarvel_machine_battery_ratio", "Charge of the battery.", battery->charge);
+  }
   return text;
 }
 

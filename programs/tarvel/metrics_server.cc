@@ -1,5 +1,6 @@
 #include "programs/tarvel/metrics_server.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -38,12 +39,15 @@ bool isMethod(std::string_view text) {
 
 std::pair<std::string, std::string> hostAndPort(const std::string& address) {
   const auto colon = address.rfind(':');
-  if (colon == std::string::npos || colon + 1 == address.size()) {
+  const std::string port = colon == std::string::npos ? address : address.substr(colon + 1);
+  const bool isNumber = !port.empty() && port.find_first_not_of("0123456789") == port.npos;
+  if (!isNumber || port.size() > 5 || std::stoi(port) > 65535) {
     throw CommandError(kUsage, address, "not HOST:PORT");
   }
-  std::string host = address.substr(0, colon);
+  std::string host = colon == std::string::npos ? "" : address.substr(0, colon);
   if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
-  return {host, address.substr(colon + 1)};
+  // Without a host nobody else reaches it: there are no passwords and no encryption here.
+  return {host.empty() ? "localhost" : host, port};
 }
 
 struct FreeAddresses {
@@ -65,10 +69,8 @@ FileDescriptor listenAt(const std::string& address) {
   const auto [host, port] = hostAndPort(address);
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
-  hints.ai_flags = AI_PASSIVE;
   addrinfo* list = nullptr;
-  const int code =
-      ::getaddrinfo(host.empty() ? nullptr : host.c_str(), port.c_str(), &hints, &list);
+  const int code = ::getaddrinfo(host.c_str(), port.c_str(), &hints, &list);
   if (code != 0) throw CommandError(kNothing, address, gai_strerror(code));
   const std::unique_ptr<addrinfo, FreeAddresses> places(list);
   for (const auto* place = list; place != nullptr; place = place->ai_next) {
@@ -99,6 +101,22 @@ std::optional<std::string> answerTo(const std::string& request,
   if (line.substr(0, first) != "GET") return refusal("405 Method Not Allowed", "Allow: GET\r\n");
   return response("200 OK", document(),
                   "Content-Type: text/plain; version=0.0.4; charset=utf-8\r\n");
+}
+
+std::string MetricsServer::url() const {
+  sockaddr_storage place{};
+  socklen_t size = sizeof place;
+  std::array<char, NI_MAXHOST> host{};
+  std::array<char, NI_MAXSERV> port{};
+  auto* address = reinterpret_cast<sockaddr*>(&place);
+  if (::getsockname(listener_.get(), address, &size) != 0 ||
+      ::getnameinfo(address, size, host.data(), host.size(), port.data(), port.size(),
+                    NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+    return {};
+  }
+  const std::string name(host.data());
+  const bool isIPv6 = name.find(':') != name.npos;
+  return "http://" + (isIPv6 ? "[" + name + "]" : name) + ":" + port.data() + "/metrics";
 }
 
 MetricsServer::MetricsServer(const std::string& address, std::function<std::string()> document)

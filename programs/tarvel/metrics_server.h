@@ -20,9 +20,12 @@ class MetricsServer {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // Listens at "HOST:PORT", an IPv6 address in brackets; throws a CommandError where that cannot
-  // be done. The document is made for every request.
+  // Listens at "HOST:PORT", an IPv6 address in brackets, or at "PORT" of the loopback; port 0 takes
+  // any. Throws a CommandError where that cannot be done. The document is made for every request.
   MetricsServer(const std::string& address, std::function<std::string()> document);
+
+  // Where the document is, by numbers: "http://127.0.0.1:9188/metrics".
+  std::string url() const;
 
   // Serves for this long.
   void serve(std::chrono::milliseconds time);

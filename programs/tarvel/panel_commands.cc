@@ -1,5 +1,7 @@
 #include <utility>
 
+#include <unistd.h>
+
 #include "platform/host/store/defaults_store.h"
 #include "product/store_keys.h"
 #include "programs/tarvel/commands.h"
@@ -16,7 +18,10 @@ int printPanels(DefaultsStore& store, bool json) {
   for (const auto& panel : kPanelTable) {
     const bool enabled = isPanelEnabled(panels, panel.name);
     object[std::string(panel.name)] = enabled;
-    lines += std::string(panel.name) + (enabled ? " on\n" : " off\n");
+    lines += std::string(panel.name) + (enabled ? " on" : " off");
+    // Programs read the two words; a person at a terminal is told what to type.
+    if (::isatty(STDOUT_FILENO) == 1) lines += "\t" + std::string(shortName(panel.name));
+    lines += "\n";
   }
   return printOut(json ? oneLine(object) : lines);
 }

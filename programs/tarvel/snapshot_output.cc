@@ -1,6 +1,8 @@
 #include "programs/tarvel/snapshot_output.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -53,34 +55,89 @@ std::optional<std::string> iconPath(const std::string& directory, const std::str
   return std::filesystem::is_regular_file(path, error) ? std::optional(path) : std::nullopt;
 }
 
-Json jsonOfRows(const std::vector<ProcessRow>& rows, const std::string& icons) {
+void addNumber(Json& object, std::string_view text, std::string_view unit) {
+  const auto number = numberOf(text);
+  if (!number) return;
+  object["number"] = *number;
+  object["unit"] = unit;
+}
+
+void addBytes(Json& object, const char* name, std::string_view text) {
+  if (const auto bytes = numberOf(text)) object[name] = *bytes;
+}
+
+// The numbers of a process row: which ones it has tells the list that it is from.
+void addNumbers(Json& object, const ProcessRow& row) {
+  addBytes(object, "bytes", column(row, "mem"));
+  addBytes(object, "compressedBytes", column(row, "cmprs"));
+  addNumber(object, column(row, "cpu"), "percent");
+  addNumber(object, column(row, "power"), "impact");
+}
+
+Json jsonOfRows(const std::vector<ProcessRow>& rows, std::string_view, const std::string& icons) {
   Json list = Json::array();
   for (const auto& row : rows) {
     Json object = {{"pid", row.pid}, {"name", row.name}};
     for (const auto& [tag, text] : row.columns) object[tag] = text;
     object["icon"] = row.icon;
     if (const auto path = iconPath(icons, row.icon)) object["iconPath"] = *path;
+    addNumbers(object, row);
     list.push_back(std::move(object));
   }
   return list;
 }
 
-Json jsonOfRows(const std::vector<SensorRow>& rows, const std::string&) {
+Json jsonOfRows(const std::vector<SensorRow>& rows, std::string_view key, const std::string&) {
   Json list = Json::array();
   for (const auto& row : rows) {
-    list.push_back({{"name", row.name}, {"value", row.value}, {"flag", row.flag}});
+    Json object = {{"name", row.name}, {"value", row.value}, {"flag", row.flag}};
+    addNumber(object, row.value, unitOf(key));
+    list.push_back(std::move(object));
   }
   return list;
 }
 
-Json jsonOfRows(const std::vector<FanRow>& rows, const std::string&) {
+Json jsonOfRows(const std::vector<FanRow>& rows, std::string_view key, const std::string&) {
   Json list = Json::array();
   for (const auto& row : rows) {
-    list.push_back({{"name", row.name},
-                    {"current", row.current},
-                    {"minimum", row.minimum},
-                    {"maximum", row.maximum},
-                    {"flag", row.flag}});
+    Json object = {{"name", row.name},
+                   {"current", row.current},
+                   {"minimum", row.minimum},
+                   {"maximum", row.maximum},
+                   {"flag", row.flag}};
+    addNumber(object, row.current, unitOf(key));
+    list.push_back(std::move(object));
+  }
+  return list;
+}
+
+Json jsonOf(const Traffic& traffic, const char* in, const char* out) {
+  return {{in, traffic.in}, {out, traffic.out}};
+}
+
+Json jsonOf(const Memory& memory) {
+  return {{"totalBytes", memory.total},
+          {"usedBytes", memory.used},
+          {"cacheBytes", memory.cache},
+          {"swapTotalBytes", memory.swapTotal},
+          {"swapUsedBytes", memory.swapUsed}};
+}
+
+Json jsonOf(const Battery& battery) {
+  constexpr std::array kStates = {"discharging", "charging", "other"};
+  Json object = {{"charge", battery.charge},
+                 {"state", kStates[static_cast<std::size_t>(battery.state)]}};
+  if (battery.left) object["secondsLeft"] = std::chrono::seconds(*battery.left).count();
+  return object;
+}
+
+Json jsonOf(const std::vector<FileSystem>& systems) {
+  Json list = Json::array();
+  for (const auto& system : systems) {
+    list.push_back({{"path", system.path},
+                    {"used", system.used},
+                    {"availableBytes", system.available},
+                    {"totalBytes", system.total}});
   }
   return list;
 }
@@ -121,19 +178,62 @@ std::string tableOf(const std::vector<FanRow>& rows, std::string_view key) {
 
 Json jsonOf(const Snapshot& snapshot, const std::string& icons) {
   Json object = Json::object();
-  for (const auto& [key, reading] : snapshot) {
-    object[std::string(key)] =
-        std::visit([&](const auto& rows) { return jsonOfRows(rows, icons); }, reading);
+  for (const auto& reading : snapshot) {
+    object[std::string(reading.key)] = std::visit(
+        [&](const auto& rows) { return jsonOfRows(rows, reading.key, icons); }, reading.rows);
   }
+  return object;
+}
+
+Json agesOf(const Snapshot& snapshot) {
+  Json object = Json::object();
+  for (const auto& reading : snapshot) {
+    Json& age = object[std::string(reading.key)];
+    if (reading.age) age = std::chrono::duration<double>(*reading.age).count();
+  }
+  return object;
+}
+
+Json jsonOf(const MachineTotals& totals) {
+  Json object = {{"uptimeSeconds", totals.uptime.count()}};
+  if (const auto& processors = totals.processors) {
+    object["processors"] = {{"busy", processors->busy}, {"cores", processors->cores}};
+  }
+  if (totals.memory) object["memory"] = jsonOf(*totals.memory);
+  if (const auto& load = totals.load) object["load"] = {load->one, load->five, load->fifteen};
+  if (const auto& pressure = totals.pressure) {
+    object["pressurePercent"] = {
+        {"processor", pressure->processor}, {"memory", pressure->memory}, {"disk", pressure->disk}};
+  }
+  if (totals.disks) {
+    object["disks"] = jsonOf(*totals.disks, "readBytesPerSecond", "writtenBytesPerSecond");
+  }
+  if (totals.networks) {
+    object["networks"] = jsonOf(*totals.networks, "receivedBytesPerSecond", "sentBytesPerSecond");
+  }
+  object["nearlyFull"] = jsonOf(totals.nearlyFull);
+  if (totals.battery) object["battery"] = jsonOf(*totals.battery);
+  return object;
+}
+
+Json everythingOf(const Snapshot& snapshot, const MachineTotals& totals) {
+  Json object = jsonOf(snapshot, iconDirectory());
+  object["age"] = agesOf(snapshot);
+  object["machine"] = jsonOf(totals);
   return object;
 }
 
 std::string tablesOf(const Snapshot& snapshot) {
   std::string tables;
-  for (const auto& [key, reading] : snapshot) {
+  for (const auto& reading : snapshot) {
     if (!tables.empty()) tables += "\n";
-    tables += std::string(panelTitle(panelOf(key))) + "\n";
-    tables += std::visit([k = key](const auto& rows) { return tableOf(rows, k); }, reading);
+    tables += std::string(panelTitle(panelOf(reading.key)));
+    if (reading.isStale()) {
+      tables += reading.age ? " (" + ageText(reading.age) + " old)" : " (of unknown age)";
+    }
+    tables += "\n";
+    tables += std::visit([key = reading.key](const auto& rows) { return tableOf(rows, key); },
+                         reading.rows);
   }
   return tables;
 }

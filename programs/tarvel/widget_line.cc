@@ -1,15 +1,18 @@
 #include "programs/tarvel/widget_line.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 
 #include "product/store_keys.h"
+#include "programs/tarvel/line_template.h"
 #include "programs/tarvel/output.h"
 #include "text/printable_text.h"
+#include "viewer/display_rows.h"
 
 namespace tarvel::viewer {
 namespace {
 
-constexpr double kHotDegrees = 90;
 constexpr std::string_view kSystemPower = "System Total";
 constexpr std::string_view kBetween = " · ";
 
@@ -18,7 +21,7 @@ struct Part {
   std::string text;   // "71 °C"
   std::string label;  // what it is of
   double number = 0;
-  bool isHot = false;
+  Level level = Level::kNormal;
 };
 
 std::string trimmed(const std::string& text) {
@@ -28,18 +31,18 @@ std::string trimmed(const std::string& text) {
 Part partOf(const ProcessRow& row, std::string_view) {
   const std::string load(column(row, "cpu"));
   const std::string name = trimmed(row.name);
-  return {name + " " + load + "%", name, numberOf(load).value_or(-1), false};
+  return {name + " " + load + "%", name, numberOf(load).value_or(-1)};
 }
 
 Part partOf(const SensorRow& row, std::string_view key) {
   const double number = row.flag == "0" ? -1 : numberOf(row.value).value_or(-1);
-  const bool hot = key == kTempValuesKey && number >= kHotDegrees;
-  return {row.value + " " + std::string(unitOf(key)), row.name, number, hot};
+  const auto level = key == kTempValuesKey ? temperatureLevel(number) : Level::kNormal;
+  return {row.value + " " + std::string(unitOf(key)), row.name, number, level};
 }
 
 Part partOf(const FanRow& row, std::string_view key) {
   const double number = row.flag == "0" ? -1 : numberOf(row.current).value_or(-1);
-  return {row.current + " " + std::string(unitOf(key)), row.name, number, false};
+  return {row.current + " " + std::string(unitOf(key)), row.name, number};
 }
 
 // The row of the largest number; none where no row has one.
@@ -59,9 +62,9 @@ std::optional<Part> largest(const std::vector<Row>& rows, std::string_view key) 
 std::vector<Part> partsOf(const Snapshot& snapshot) {
   std::vector<Part> parts;
   for (const auto key : {kCPUAppUsageKey, kTempValuesKey, kFanSpeedValuesKey, kPowerValuesKey}) {
-    for (const auto& [readingKey, reading] : snapshot) {
-      if (readingKey != key) continue;
-      auto part = std::visit([&](const auto& rows) { return largest(rows, key); }, reading);
+    for (const auto& reading : snapshot) {
+      if (reading.key != key) continue;
+      auto part = std::visit([&](const auto& rows) { return largest(rows, key); }, reading.rows);
       if (part) parts.push_back(*std::move(part));
     }
   }
@@ -83,10 +86,15 @@ std::string plainText(const std::vector<Part>& parts) {
   return joined(parts, kBetween, [](const Part& part) { return part.text; });
 }
 
+std::string escapedForTmux(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) escaped += c == '#' ? std::string("##") : std::string(1, c);
+  return escaped;
+}
+
 std::string tmuxText(const Part& part) {
-  std::string text;
-  for (const char c : part.text) text += c == '#' ? std::string("##") : std::string(1, c);
-  return part.isHot ? "#[fg=red]" + text + "#[default]" : text;
+  const std::string text = escapedForTmux(part.text);
+  return part.level == Level::kHot ? "#[fg=red]" + text + "#[default]" : text;
 }
 
 std::string escapedForPango(const std::string& text) {
@@ -111,19 +119,64 @@ std::string onOneLine(const Json& object) {
   return line;
 }
 
-std::string waybarText(const std::vector<Part>& parts, bool hot) {
-  const auto tooltip = joined(parts, "\n", [](const Part& part) {
-    return part.text.starts_with(part.label) ? part.text : part.label + " " + part.text;
-  });
-  return onOneLine({{"text", escapedForPango(plainText(parts))},
-                    {"tooltip", escapedForPango(tooltip)},
-                    {"class", hot ? "hot" : "normal"}});
+// What a line tells, before it takes the form of its bar.
+struct Line {
+  std::string text;     // in the bar's own escapes
+  std::string shorter;  // where there is little room
+  std::string tooltip;  // plain
+  Level level = Level::kNormal;
+  bool isStale = false;
+  std::optional<double> load;  // of the processors
+};
+
+std::string waybarText(const Line& line) {
+  constexpr std::array kClasses = {"normal", "warm", "hot"};
+  Json object = {
+      {"text", line.text},
+      {"tooltip", escapedForPango(line.tooltip)},
+      {"class", line.isStale ? "stale" : kClasses[static_cast<std::size_t>(line.level)]}};
+  if (line.load) object["percentage"] = std::lround(*line.load * 100);
+  return onOneLine(object);
 }
 
-std::string i3blocksText(const std::vector<Part>& parts, bool hot) {
-  Json object = {{"full_text", plainText(parts)}, {"short_text", parts.front().text}};
-  if (hot) object["color"] = "#FF0000";
+std::string i3blocksText(const Line& line) {
+  Json object = {{"full_text", line.text}, {"short_text", line.shorter}};
+  if (line.isStale) object["color"] = "#888888";
+  if (!line.isStale && line.level == Level::kHot) object["color"] = "#FF0000";
   return onOneLine(object);
+}
+
+std::string escapedFor(LineFormat format, const std::string& text) {
+  if (format == LineFormat::tmux) return escapedForTmux(text);
+  return format == LineFormat::waybar ? escapedForPango(text) : text;
+}
+
+std::string tooltipOf(const std::vector<Part>& parts) {
+  return joined(parts, "\n", [](const Part& part) {
+    return part.text.starts_with(part.label) ? part.text : part.label + " " + part.text;
+  });
+}
+
+Line lineOf(const std::vector<Part>& parts, const Snapshot& snapshot, const MachineTotals& totals,
+            const LineOptions& options) {
+  Line line;
+  line.tooltip = tooltipOf(parts);
+  for (const auto& part : parts) line.level = std::max(line.level, part.level);
+  line.isStale = std::any_of(snapshot.begin(), snapshot.end(),
+                             [](const StoredReading& reading) { return reading.isStale(); });
+  if (totals.processors) line.load = totals.processors->busy;
+  if (!options.text.empty()) {
+    line.text = filledTemplate(options.text, snapshot, totals, [&](const std::string& value) {
+      return escapedFor(options.format, value);
+    });
+    line.shorter = line.text;
+  } else {
+    line.text = options.format == LineFormat::tmux ? joined(parts, kBetween, tmuxText)
+                                                   : escapedFor(options.format, plainText(parts));
+    line.shorter = parts.front().text;
+  }
+  if (line.isStale) line.text += " (stale)";
+  return line;
 }
 
 }  // namespace
@@ -140,21 +193,21 @@ std::optional<LineFormat> lineFormatNamed(std::string_view name) {
   return std::nullopt;
 }
 
-std::optional<std::string> widgetLine(const Snapshot& snapshot, LineFormat format) {
+std::optional<std::string> widgetLine(const Snapshot& snapshot, const MachineTotals& totals,
+                                      const LineOptions& options) {
   const auto parts = partsOf(snapshot);
-  if (parts.empty()) return std::nullopt;
-  const bool hot = std::any_of(parts.begin(), parts.end(), [](const Part& p) { return p.isHot; });
-  switch (format) {
-    case LineFormat::tmux:
-      return joined(parts, kBetween, tmuxText);
+  if (parts.empty() && options.text.empty()) return std::nullopt;
+  const Line line = lineOf(parts, snapshot, totals, options);
+  switch (options.format) {
     case LineFormat::waybar:
-      return waybarText(parts, hot);
+      return waybarText(line);
     case LineFormat::i3blocks:
-      return i3blocksText(parts, hot);
+      return i3blocksText(line);
     case LineFormat::plain:
+    case LineFormat::tmux:
       break;
   }
-  return plainText(parts);
+  return line.text;
 }
 
 }  // namespace tarvel::viewer

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "viewer/machine/machine_totals.h"
 #include "viewer/snapshot.h"
 
 // The readings as one line of a status bar: the busiest process, the hottest temperature, the
@@ -22,7 +23,15 @@ enum class LineFormat {
 // "plain", "tmux", "waybar" or "i3blocks".
 std::optional<LineFormat> lineFormatNamed(std::string_view name);
 
-// Without a line break at its end; none where no reading is there.
-std::optional<std::string> widgetLine(const Snapshot& snapshot, LineFormat format);
+struct LineOptions {
+  LineFormat format = LineFormat::plain;
+  std::string text;  // a template of the user's own; empty: the line above
+};
+
+// Without a line break at its end; none where there is nothing to show. A line over old readings
+// says so: "(stale)" behind the text, in waybar as the class. Waybar's percentage is the load of
+// the processors, its class one of "normal", "warm", "hot" and "stale".
+std::optional<std::string> widgetLine(const Snapshot& snapshot, const MachineTotals& totals,
+                                      const LineOptions& options);
 
 }  // namespace tarvel::viewer

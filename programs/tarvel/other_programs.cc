@@ -1,0 +1,33 @@
+#include "programs/tarvel/other_programs.h"
+
+#include <unistd.h>
+
+#include "programs/tarvel/commands.h"
+#include "viewer/installed_programs.h"
+
+namespace tarvel::viewer {
+namespace {
+
+[[noreturn]] void become(const std::string& name, const std::vector<std::string>& arguments) {
+  if (const auto program = installedProgram(name)) {
+    std::vector<std::string> words = {*program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (auto& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+  }
+  throw CommandError(kNothing, name, "not found beside this program");
+}
+
+}  // namespace
+
+void becomeTools(const std::vector<std::string>& arguments) { become("tarvel-tools", arguments); }
+
+void becomeDashboard(bool noHelper) {
+  become("tarvel-dashboard",
+         noHelper ? std::vector<std::string>{"--no-helper"} : std::vector<std::string>{});
+}
+
+}  // namespace tarvel::viewer
