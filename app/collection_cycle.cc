@@ -1,4 +1,5 @@
 #include <array>
+#include <memory>
 
 #include "app/app_delegate.h"
 #include "platform/running_applications.h"
@@ -38,17 +39,19 @@ bool isEnabled(const Array& entry) {
   return flag != nullptr && *flag == "1";
 }
 
-Array fetchPanels(UserDefaults& store) {
-  auto panels = store.objectForKey(kPanelsKey);
-  auto* entries = panels ? panels->as<Array>() : nullptr;
-  return entries != nullptr ? std::move(*entries) : Array{};
+// The panels as they are now; none where they are no array.
+std::shared_ptr<const Array> fetchPanels(UserDefaults& store) {
+  const auto panels = store.objectForKey(kPanelsKey);
+  const auto* entries = panels ? panels->as<Array>() : nullptr;
+  return entries != nullptr ? std::shared_ptr<const Array>(panels, entries)
+                            : std::make_shared<const Array>();
 }
 
 // Entry i of the panels as they are now; an empty one where there is none or it is no array.
 Array fetchPanel(UserDefaults& store, std::size_t index) {
-  Array panels = fetchPanels(store);
-  auto* entry = index < panels.size() ? panels[index].as<Array>() : nullptr;
-  return entry != nullptr ? std::move(*entry) : Array{};
+  const auto panels = fetchPanels(store);
+  const auto* entry = index < panels->size() ? (*panels)[index].as<Array>() : nullptr;
+  return entry != nullptr ? *entry : Array{};
 }
 
 }  // namespace
@@ -83,10 +86,12 @@ void AppDelegate::answerRequests() {
   }
 }
 
-// The panels are fetched anew at every step: a viewer may change them while they are walked.
+// The panels are fetched anew at every step: a viewer may change them while they are walked. Here
+// and where collections are started, a helper that is to end does not finish what may be long.
 std::vector<Array> AppDelegate::enabledPanels() {
   std::vector<Array> enabled;
-  for (std::size_t i = 0; i < fetchPanels(*SharedDefaults).size(); ++i) {
+  for (std::size_t i = 0; i < fetchPanels(*SharedDefaults)->size(); ++i) {
+    if (platform_.runLoop.isEnding()) return {};
     if (isEnabled(fetchPanel(*SharedDefaults, i))) {
       enabled.push_back(fetchPanel(*SharedDefaults, i));
     }
@@ -96,6 +101,7 @@ std::vector<Array> AppDelegate::enabledPanels() {
 
 void AppDelegate::startCollections(std::string_view panelName) {
   for (std::size_t k = 0; k < kPanelTable.size(); ++k) {
+    if (platform_.runLoop.isEnding()) return;
     const bool asked = panelName.find(kPanelTable[k].name) != std::string_view::npos;
     if (!asked && SharedDefaults->valueForKey(kPanelTable[k].readingKey)) continue;
     const Collection& collection = kCollections[k];

@@ -45,6 +45,10 @@ class RunLoop {
   // Runs the work on the main thread, once, when the delay has passed. Callable from any thread.
   virtual void dispatchAfter(std::chrono::milliseconds delay, std::function<void()> work) = 0;
 
+  // Whether the application has been told to end, by terminate or from outside: long work on the
+  // main thread looks between its steps and stops. Main thread only.
+  virtual bool isEnding() = 0;
+
   // Ends the application through its delegate's applicationWillTerminate. May return: the caller
   // does nothing more. Main thread only.
   virtual void terminate() = 0;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string_view>
 
 #include "platform/property_list.h"
@@ -18,8 +17,10 @@ class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
 
-  // A copy of the value; none when the key is absent or holds no property list.
-  virtual std::optional<PropertyList> objectForKey(std::string_view key) = 0;
+  // The value as it stands now; null when the key is absent or holds no property list. What was
+  // handed out stays as it was, whatever is stored later. Fetching an array again costs little
+  // while nobody has stored anything.
+  virtual std::shared_ptr<const PropertyList> objectForKey(std::string_view key) = 0;
 
   // The presence test: whether the key holds any value at all.
   virtual bool valueForKey(std::string_view key) = 0;

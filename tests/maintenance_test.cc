@@ -172,6 +172,7 @@ TEST_F(RemovalTest, SaysWhetherTheUserWasAsked) {
 // Runs the work at the delay's end, when told.
 class HeldRunLoop : public RunLoop {
  public:
+  bool isEnding() override { return false; }
   Timer& scheduledTimer(std::chrono::milliseconds, std::function<void()>) override { std::abort(); }
   void performSelectorInBackground(std::string_view, std::function<void()> action) override {
     action();

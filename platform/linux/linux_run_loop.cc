@@ -116,6 +116,11 @@ class PollRunLoop : public LinuxRunLoop {
     if (std::this_thread::get_id() != mainThread_) wake();
   }
 
+  bool isEnding() override {
+    pollfd signals = {signalDescriptor_.get(), POLLIN, 0};
+    return terminated_ || ::poll(&signals, 1, 0) > 0;
+  }
+
   void terminate() override {
     if (std::exchange(terminated_, true)) return;
     delegate_->applicationWillTerminate();

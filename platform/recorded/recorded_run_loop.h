@@ -34,6 +34,7 @@ class RecordedRunLoop : public RunLoop {
                                    std::function<void()> action) override;
   void performSelectorOnMainThread(const std::function<void()>& action) override { action(); }
   void dispatchAfter(std::chrono::milliseconds delay, std::function<void()> work) override;
+  bool isEnding() override { return terminated_; }
   void terminate() override;
 
  private:

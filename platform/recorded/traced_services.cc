@@ -63,7 +63,7 @@ class TracedDefaults : public UserDefaults {
   TracedDefaults(Playback& playback, std::unique_ptr<UserDefaults> real)
       : playback_(playback), defaults_(std::move(real)) {}
 
-  std::optional<PropertyList> objectForKey(std::string_view key) override {
+  std::shared_ptr<const PropertyList> objectForKey(std::string_view key) override {
     playback_.trace("objectForKey", {{"key", key}});
     return defaults_->objectForKey(key);
   }

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@ namespace tarvel {
 namespace {
 
 using Removal = DefaultsStore::Removal;
+using SharedValue = std::shared_ptr<const PropertyList>;
 
 // The keys that could not be removed, each with the value that was to go; none while that could not
 // be read.
@@ -78,17 +80,46 @@ class OwnTexts {
   std::map<std::string, std::string, std::less<>> texts_;
 };
 
+// Arrays, whose decoding takes longest, each kept while nobody has stored anything.
+class DecodedArrays {
+ public:
+  explicit DecodedArrays(DefaultsStore& store) : store_(store) {}
+
+  template <typename Read>
+  SharedValue fetch(std::string_view key, Read read) {
+    const std::lock_guard lock(mutex_);
+    const auto kept = arrays_.find(key);
+    if (kept == arrays_.end()) {
+      auto value = read();
+      if (value && value->template as<Array>()) arrays_.emplace(key, Kept{});
+      return value;
+    }
+    // Taken before the value is read: one that is stored in between is read again.
+    const auto token = store_.changeToken();
+    auto& array = kept->second;
+    if (!array.value || array.token != token) array = {token, read()};
+    return array.value;
+  }
+
+ private:
+  struct Kept {
+    DefaultsStore::ChangeToken token;
+    SharedValue value;
+  };
+
+  DefaultsStore& store_;
+  std::mutex mutex_;  // guards what follows
+  std::map<std::string, Kept, std::less<>> arrays_;
+};
+
 class StoredUserDefaults : public UserDefaults {
  public:
   StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log), times_(suite) {}
 
-  std::optional<PropertyList> objectForKey(std::string_view key) override {
-    auto value = store_.get(key);
-    texts_.restoreInNewFile();
-    if (removals_.hides(key, value)) return std::nullopt;
-    return value;
+  std::shared_ptr<const PropertyList> objectForKey(std::string_view key) override {
+    return arrays_.fetch(key, [&] { return read(key); });
   }
-  bool valueForKey(std::string_view key) override { return objectForKey(key).has_value(); }
+  bool valueForKey(std::string_view key) override { return objectForKey(key) != nullptr; }
   bool boolForKey(std::string_view key) override {
     const auto object = objectForKey(key);
     return object && boolValue(*object);
@@ -103,7 +134,15 @@ class StoredUserDefaults : public UserDefaults {
   }
 
  private:
+  SharedValue read(std::string_view key) {
+    auto value = store_.get(key);
+    texts_.restoreInNewFile();
+    if (removals_.hides(key, value) || !value) return nullptr;
+    return std::make_shared<const PropertyList>(*std::move(value));
+  }
+
   DefaultsStore store_;
+  DecodedArrays arrays_{store_};
   UnfinishedRemovals removals_{store_};
   OwnTexts texts_{store_};
   ReadingTimes times_;
