@@ -5,13 +5,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
-#include "platform/host/files/files.h"
+#include "platform/host/files/atomic_file.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -119,10 +118,7 @@ bool saveSettings(const ViewerSettings& settings, const std::string& path) {
   if (error) return false;
   const std::string text =
       jsonOf(settings).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-  const Data data(text.begin(), text.end());
-  makeFileManager()->writeToFile(data, path);
-  std::ifstream file(path, std::ios::binary);
-  return std::equal(std::istreambuf_iterator<char>(file), {}, text.begin(), text.end());
+  return replaceFile(path, text, FileReaders::owner);
 }
 
 }  // namespace tarvel::viewer

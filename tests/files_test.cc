@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/host/container/group_container.h"
+#include "platform/host/files/atomic_file.h"
 #include "platform/host/files/file_descriptor.h"
 #include "platform/host/standard_error_log.h"
 #include "tests/temporary_home.h"
@@ -95,6 +97,36 @@ TEST(FileManager, LeavesNothingOfAWriteThatFails) {
   }
   std::ranges::sort(left);
   EXPECT_EQ(left, (std::vector<std::string>{"run", "taken"}));
+}
+
+TEST(AtomicFile, ReplacesFilesAndLinksAndNothingElse) {
+  const TemporaryHome home;
+  const fs::path path = home.path() / "file";
+  writeFile(home.path() / "kept", "kept");
+  const struct {
+    const char* what;
+    std::function<void()> make;
+    bool replaced;
+  } cases[] = {{"nothing", [] {}, true},
+               {"a file", [&] { writeFile(path, "old"); }, true},
+               {"a link", [&] { fs::create_symlink(home.path() / "kept", path); }, true},
+               {"a FIFO", [&] { ::mkfifo(path.c_str(), 0600); }, false},
+               {"a folder", [&] { fs::create_directory(path); }, false}};
+  const mode_t mask = ::umask(027);
+  for (const auto& [what, make, replaced] : cases) {
+    SCOPED_TRACE(what);
+    fs::remove_all(path);
+    make();
+    EXPECT_EQ(replaceFile(path, "new", FileReaders::all), replaced);
+    if (!replaced) continue;
+    EXPECT_EQ(contentsOf(path), "new");
+    EXPECT_EQ(static_cast<unsigned>(fs::symlink_status(path).permissions()), 0640U);
+    EXPECT_TRUE(replaceFile(path, "mine", FileReaders::owner));
+    EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), 0600U);
+  }
+  ::umask(mask);
+  EXPECT_EQ(contentsOf(home.path() / "kept"), "kept");
+  EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), {}), 3);  // run, file, kept
 }
 
 TEST(FileManager, ReplacesFilesAsAWhole) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <thread>
 
+#include "platform/host/files/atomic_file.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/host/store/defaults_store.h"
 #include "product/identifiers.h"
@@ -12,7 +13,6 @@
 #include "programs/tarvel/metrics.h"
 #include "programs/tarvel/metrics_server.h"
 #include "programs/tarvel/output.h"
-#include "programs/tarvel/replace_file.h"
 #include "viewer/ending_signals.h"
 #include "viewer/machine/machine_reader.h"
 #include "viewer/snapshot.h"
@@ -61,7 +61,7 @@ int writeChanges(DefaultsStore& store, const std::string& file) {
     if (written == token && last && now - *last < kLongestSilence) continue;
     written = token;
     last = now;
-    if (!replaceFile(file, document.text(session.registry()))) {
+    if (!replaceFile(file, document.text(session.registry()), FileReaders::all)) {
       throw CommandError(kNothing, file, "cannot be written");
     }
   } while (!signals.within(kLook));

@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "platform/host/files/atomic_file.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/host/standard_error_log.h"
 #include "platform/linux/desktop/linux_workspace.h"
@@ -19,7 +20,6 @@
 #include "programs/helper/process_lists.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/output.h"
-#include "programs/tarvel/replace_file.h"
 #include "programs/tools/machine_record.h"
 
 namespace tarvel::tools {
@@ -88,7 +88,7 @@ int record(const std::string& file, std::size_t cycles) {
     throw viewer::CommandError(viewer::kNothing, file, "cannot be written");
   }
   const auto text = viewer::indented(recordOf(look(cycles)));
-  if (!viewer::replaceFile(file, text)) {
+  if (!replaceFile(file, text, FileReaders::owner)) {
     throw viewer::CommandError(viewer::kNothing, file, "cannot be written");
   }
   return viewer::kDone;

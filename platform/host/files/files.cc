@@ -1,30 +1,16 @@
 #include "platform/host/files/files.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/host/container/group_container.h"
-#include "platform/host/files/file_descriptor.h"
+#include "platform/host/files/atomic_file.h"
 
 namespace tarvel {
 namespace {
-
-bool writeWhole(int descriptor, const Data& data) {
-  std::size_t done = 0;
-  while (done < data.size()) {
-    const ssize_t count = ::write(descriptor, data.data() + done, data.size() - done);
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) done += static_cast<std::size_t>(count);
-  }
-  return true;
-}
 
 // A path that ends in "/" names what a link leads to; without it, the link itself.
 std::string withoutTrailingSlashes(std::string path) {
@@ -51,13 +37,8 @@ class HostFileManager : public FileManager {
   }
 
   void writeToFile(const Data& data, const std::string& path) override {
-    std::string temporary = path.substr(0, path.rfind('/') + 1) + ".tarvel-XXXXXX";
-    FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file) return;
-    const bool written = writeWhole(file.get(), data) && ::close(file.release()) == 0;
-    if (!written || std::rename(temporary.c_str(), path.c_str()) != 0) {
-      ::unlink(temporary.c_str());
-    }
+    replaceFile(path, {reinterpret_cast<const char*>(data.data()), data.size()},
+                FileReaders::owner);
   }
 };
 

@@ -8,8 +8,7 @@
 
 namespace tarvel {
 
-// New folders have mode 0700, new files 0600. A file is replaced by a temporary one that is made
-// beside it, ".tarvel-" and six random characters, and renamed; it does not outlive a failure.
+// New folders have mode 0700, new files 0600; files are written by replaceFile (atomic_file.h).
 std::unique_ptr<FileManager> makeFileManager();
 
 }  // namespace tarvel
