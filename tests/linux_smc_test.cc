@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,7 @@ namespace tarvel {
 namespace {
 
 using Lines = std::vector<std::string>;
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 const std::filesystem::path kTrees = std::filesystem::path(TARVEL_FIXTURES) / "hwmon";
@@ -363,7 +365,7 @@ TEST(LinuxSMC, AddsUpPackages) {
 // A pipe that nobody writes to holds its reader up as a driver does that hangs.
 TEST(LinuxSMC, WaitsOnceForADeviceThatHangs) {
   Machine machine;
-  machine.options.readingLimit = std::chrono::milliseconds(20);
+  machine.options.limits = {milliseconds(100), milliseconds(300)};
   machine.chip("0", "k10temp", {"temp1_label", "Tctl", "temp1_input", "50000"});
   machine.chip("1", "nvme", {"temp1_label", "Composite"});
   machine.chip("2", "iwlwifi_1", {"temp1_input", "40000"});
@@ -386,6 +388,41 @@ TEST(LinuxSMC, WaitsOnceForADeviceThatHangs) {
   Lines lines;
   for (int i = 0; i < 1000 && lines != all; ++i) lines = machine.cycle();
   EXPECT_EQ(lines, all);
+}
+
+// A device that takes its time, and tells how often it was published.
+class SlowDevice : public SensorDevice {
+ public:
+  explicit SlowDevice(milliseconds needed) : needed_(needed) {}
+  void read() override {
+    std::this_thread::sleep_for(needed_);
+    read_ = true;
+  }
+  void publish() override { published += std::exchange(read_, false) ? 1 : 0; }
+  int published = 0;
+
+ private:
+  milliseconds needed_;
+  bool read_ = false;
+};
+
+TEST(SensorDevices, AreWaitedForTogetherAndOnlyOnce) {
+  const auto device = [](int needed) { return std::make_shared<SlowDevice>(milliseconds(needed)); };
+  const std::vector devices = {device(600), device(200), device(200), device(200), device(0)};
+  const SensorDevices all(devices.begin(), devices.end());
+  const auto took = [&] {
+    const auto start = std::chrono::steady_clock::now();
+    readDevices(all, {milliseconds(60), milliseconds(500)});
+    return std::chrono::steady_clock::now() - start;
+  };
+  EXPECT_LT(took(), milliseconds(500));
+  EXPECT_EQ(devices[4]->published, 1);
+  std::this_thread::sleep_for(milliseconds(500));
+  for (const auto& slow : all) slow->publish();
+  for (const auto& slow : devices)
+    EXPECT_EQ(slow->published, 1) << "an answer that comes late counts";
+  EXPECT_LT(took(), milliseconds(100)) << "slow devices are known";
+  EXPECT_EQ(devices[4]->published, 2);
 }
 
 }  // namespace

@@ -35,7 +35,8 @@ FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files,
 }
 
 bool FileSensors::beginCycle() {
-  const bool isFree = !busy.load(std::memory_order_acquire);
+  const bool isFree = !isBusy();
+  if (isFree) publish();  // what came too late for the cycle before
   bool any = false;
   for (Sensor& sensor : sensors_) {
     sensor.served = std::exchange(sensor.asked, false);
@@ -49,7 +50,7 @@ bool FileSensors::beginCycle() {
 bool FileSensors::ask(std::size_t sensor) {
   Sensor& asked = sensors_[sensor];
   asked.asked = true;
-  if (std::exchange(asked.served, true) || busy.load(std::memory_order_acquire)) return false;
+  if (std::exchange(asked.served, true) || isBusy()) return false;
   asked.wanted = true;
   return true;
 }

@@ -65,6 +65,7 @@ class LinuxAppleSMC : public AppleSMC {
   void adoptScan();
 
   void beginCycle();
+  void readNow(const SensorDevices& devices);
   void ensureRead(const std::vector<SensorRef>& sensors);
 
   std::optional<ControllerValue> value(std::uint32_t key);
@@ -83,6 +84,7 @@ class LinuxAppleSMC : public AppleSMC {
   std::string listing_;         // what the last scan was of
 
   std::optional<MonotonicTime> cycleStart_;
+  std::chrono::milliseconds patience_{0};  // for what is left of this cycle
   std::uint32_t describedKey_ = 0;
   std::optional<ControllerValue> described_;  // the last key that was asked for
 
@@ -154,33 +156,45 @@ void LinuxAppleSMC::beginCycle() {
   if (cycleStart_ && now - *cycleStart_ <= kFreshness) return;
   cycleStart_ = now;
   const bool gone = std::ranges::any_of(sensors_.devices, [](const auto& device) {
-    return !device->busy.load(std::memory_order_acquire) && device->takeLostFile();
+    return !device->isBusy() && device->takeLostFile();
   });
   if (scan_) {
     adoptScan();
   } else if (gone || chipListing(options_.root) != listing_) {
     startScan();
   }
-  std::vector<std::shared_ptr<SensorDevice>> devices;
+  SensorDevices devices;
   for (const auto& device : sensors_.devices) {
     if (device->beginCycle()) devices.push_back(device);
   }
   servedKeys_ = std::exchange(askedKeys_, {});
-  if (!servedKeys_.empty() && controller_ && !controller_->busy.load(std::memory_order_acquire)) {
+  if (controller_ && !controller_->isBusy()) controller_->publish();
+  if (!servedKeys_.empty() && controller_ && !controller_->isBusy()) {
     for (const auto key : servedKeys_) controller_->want(key);
     devices.push_back(controller_);
   }
-  readDevices(devices, options_.readingLimit);
+  patience_ = options_.limits.all;
+  readNow(devices);
+}
+
+// All readings of a cycle together may cost it as much time as one of them alone.
+void LinuxAppleSMC::readNow(const SensorDevices& devices) {
+  if (devices.empty()) return;
+  const auto start = std::chrono::steady_clock::now();
+  readDevices(devices, {options_.limits.device, patience_});
+  const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::steady_clock::now() - start);
+  patience_ = std::max(patience_ - passed, std::chrono::milliseconds(0));
 }
 
 void LinuxAppleSMC::ensureRead(const std::vector<SensorRef>& sensors) {
-  std::vector<std::shared_ptr<SensorDevice>> devices;
+  SensorDevices devices;
   for (const auto& ref : sensors) {
     const auto& device = sensors_.devices[ref.device];
     if (!device->ask(ref.sensor)) continue;
     if (std::ranges::find(devices, device) == devices.end()) devices.push_back(device);
   }
-  if (!devices.empty()) readDevices(devices, options_.readingLimit);
+  readNow(devices);
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::value(std::uint32_t key) {
@@ -193,9 +207,9 @@ std::optional<ControllerValue> LinuxAppleSMC::value(std::uint32_t key) {
 std::optional<ControllerValue> LinuxAppleSMC::rawValue(std::uint32_t key) {
   if (!controller_) return std::nullopt;
   askedKeys_.insert(key);
-  if (servedKeys_.insert(key).second && !controller_->busy.load(std::memory_order_acquire)) {
+  if (servedKeys_.insert(key).second && !controller_->isBusy()) {
     controller_->want(key);
-    readDevices({controller_}, options_.readingLimit);
+    readNow({controller_});
   }
   return controller_->value(key);
 }

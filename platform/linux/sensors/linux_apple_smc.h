@@ -6,6 +6,7 @@
 
 #include "platform/apple_smc.h"
 #include "platform/linux/monotonic_clock.h"
+#include "platform/linux/sensors/sensor_device.h"
 #include "platform/linux/sensors/sensor_scan.h"
 
 // The AppleSMC service of a Linux machine: the keys of a real controller where there is one, else
@@ -16,14 +17,15 @@
 // than a second after the last one began, and then reads at once what was asked for in the cycle
 // before. Sensors that come and go are found at the beginning of a cycle. A sensor that answered
 // once keeps its last reading for as long as its device is there, be it asleep or failing. A device
-// that hangs costs one cycle the limit below, and then nothing until it answers. Main thread only.
+// that is slow is shown one cycle late, and one that hangs costs one cycle the limit below and then
+// nothing until it answers. Main thread only.
 
 namespace tarvel {
 
 struct LinuxSMCOptions {
   std::string root = "/sys";
   MonotonicClock clock = monotonicTime;
-  std::chrono::milliseconds readingLimit{500};
+  ReadingLimits limits;
   ControllerOpener openController = openKeyAtIndex;
 };
 

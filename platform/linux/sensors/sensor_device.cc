@@ -1,64 +1,113 @@
 #include "platform/linux/sensors/sensor_device.h"
 
+#include <algorithm>
+#include <condition_variable>
 #include <mutex>
 #include <utility>
 
-#include "platform/linux/bounded_work.h"
+#include "platform/linux/detached_thread.h"
 
 namespace tarvel {
+
+using SteadyClock = std::chrono::steady_clock;
+
 namespace {
 
-using Devices = std::vector<std::shared_ptr<SensorDevice>>;
-
-// Devices in the order of their reading, given up at the one that hangs.
-class Batch {
- public:
-  explicit Batch(Devices devices) : devices_(std::move(devices)) {}
-
-  void run() {
-    for (std::size_t i = 0; i < devices_.size(); ++i) {
-      devices_[i]->read();
-      const std::scoped_lock lock(mutex_);
-      devices_[i]->busy.store(false, std::memory_order_release);
-      next_ = i + 1;
-      if (givenUp_) return;
-    }
-  }
-
-  // The devices behind the one that is being read now, which stays busy.
-  Devices giveUp() {
-    const std::scoped_lock lock(mutex_);
-    givenUp_ = true;
-    if (next_ >= devices_.size()) return {};
-    return Devices(devices_.begin() + static_cast<std::ptrdiff_t>(next_) + 1, devices_.end());
-  }
-
- private:
-  const Devices devices_;
-  std::mutex mutex_;
-  std::size_t next_ = 0;
-  bool givenUp_ = false;
-};
+constexpr const char* kThreadName = "sensors";
+constexpr int kSlowFor = 20;
+constexpr auto kNoDevice = static_cast<std::size_t>(-1);
 
 }  // namespace
 
-void readDevices(const Devices& devices, std::chrono::milliseconds limit) {
-  Devices waiting;
-  for (const auto& device : devices) {
-    if (!device->busy.load(std::memory_order_acquire)) waiting.push_back(device);
+void SensorDevice::readOnThread() {
+  const auto start = SteadyClock::now();
+  read();
+  took_ = SteadyClock::now() - start;
+  busy_.store(false, std::memory_order_release);
+}
+
+void SensorDevice::noteSpeed(std::chrono::nanoseconds limit) {
+  if (std::exchange(took_, std::chrono::nanoseconds(0)) > limit) {
+    slowFor_ = kSlowFor;
+  } else if (slowFor_ > 0) {
+    --slowFor_;
   }
-  for (const auto& device : waiting) device->busy.store(true, std::memory_order_relaxed);
-  const Devices all = waiting;
-  while (!waiting.empty()) {
-    const auto batch = std::make_shared<Batch>(waiting);
-    const auto outcome = runBounded("sensors", limit, [batch] { batch->run(); });
-    if (outcome == BoundedOutcome::notStarted) {
-      for (const auto& device : waiting) device->busy.store(false, std::memory_order_relaxed);
+}
+
+// One call's devices, read one after another by a thread that a slow device makes give way to
+// another one.
+class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
+ public:
+  static void start(const SensorDevices& devices, const ReadingLimits& limits) {
+    SensorDevices quick;
+    for (const auto& device : devices) {
+      if (device->isBusy()) continue;
+      device->noteSpeed(limits.device);
+      device->busy_.store(true, std::memory_order_relaxed);
+      if (device->slowFor_ == 0) {
+        quick.push_back(device);
+      } else if (!startDetachedThread(kThreadName, [device] { device->readOnThread(); })) {
+        device->busy_.store(false, std::memory_order_relaxed);
+      }
     }
-    waiting = outcome == BoundedOutcome::goesOn ? batch->giveUp() : Devices{};
+    if (!quick.empty()) std::make_shared<DeviceReading>(std::move(quick))->supervise(limits);
   }
-  for (const auto& device : all) {
-    if (!device->busy.load(std::memory_order_acquire)) device->publish();
+
+  explicit DeviceReading(SensorDevices devices) : devices_(std::move(devices)) {}
+
+ private:
+  bool startThread() {
+    return startDetachedThread(kThreadName, [self = shared_from_this()] { self->run(); });
+  }
+
+  void run() {
+    std::unique_lock lock(mutex_);
+    while (next_ < devices_.size()) {
+      const std::size_t mine = next_++;
+      current_ = mine;
+      startedAt_ = SteadyClock::now();
+      changed_.notify_one();
+      lock.unlock();
+      devices_[mine]->readOnThread();
+      lock.lock();
+      if (current_ != mine) return;  // another thread has gone on
+      current_ = kNoDevice;
+    }
+    changed_.notify_one();
+  }
+
+  void supervise(const ReadingLimits& limits) {
+    const auto end = SteadyClock::now() + limits.all;
+    bool reading = startThread();
+    std::unique_lock lock(mutex_);
+    while (reading && !isDone()) {
+      const std::size_t seen = current_;
+      const auto until = seen == kNoDevice ? end : std::min(end, startedAt_ + limits.device);
+      const bool moved =
+          changed_.wait_until(lock, until, [&] { return current_ != seen || isDone(); });
+      if (moved) continue;
+      current_ = kNoDevice;
+      reading = until < end && next_ < devices_.size() && startThread();
+    }
+    for (; next_ < devices_.size(); ++next_) {
+      devices_[next_]->busy_.store(false, std::memory_order_relaxed);
+    }
+  }
+
+  bool isDone() const { return current_ == kNoDevice && next_ == devices_.size(); }
+
+  const SensorDevices devices_;
+  std::mutex mutex_;  // guards what follows
+  std::condition_variable changed_;
+  std::size_t next_ = 0;             // the first that no thread has taken
+  std::size_t current_ = kNoDevice;  // the one that the latest thread reads
+  SteadyClock::time_point startedAt_;
+};
+
+void readDevices(const SensorDevices& devices, const ReadingLimits& limits) {
+  DeviceReading::start(devices, limits);
+  for (const auto& device : devices) {
+    if (!device->isBusy()) device->publish();
   }
 }
 
