@@ -116,7 +116,7 @@ void benchCycle() {
   MonotonicTime now{};
   LinuxSMCOptions options;
   options.root = sys.path();
-  options.clock = [&now] { return now; };
+  options.clock.now = [&now] { return now; };
   const auto smc = makeLinuxAppleSMC(options);
   const auto log = makeSystemLog();
   SMCSession session(*smc, *log);

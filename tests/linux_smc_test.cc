@@ -2,6 +2,8 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -14,7 +16,7 @@
 #include <unistd.h>
 
 #include "platform/host/files/file_descriptor.h"
-#include "platform/linux/sensors/file_sensors.h"
+#include "platform/linux/sensors/energy_meter.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
@@ -54,11 +56,18 @@ class Machine {
  public:
   TemporaryTree sys;
   MonotonicTime now = seconds(1000);
+  MonotonicTime suspended{0};
+  std::function<void()> whileAsleep;
   LinuxSMCOptions options;
 
   Machine() {
     options.root = sys.path();
-    options.clock = [this] { return now; };
+    options.clock.now = [this] { return now; };
+    options.clock.suspended = [this] { return suspended; };
+    options.clock.sleep = [this](MonotonicTime time) {
+      now += time;
+      if (whileAsleep) whileAsleep();
+    };
   }
 
   // Unpacks a machine; what it is to show comes back.
@@ -326,40 +335,123 @@ TEST(LinuxSMC, FollowsDevicesThatComeAndGo) {
 }
 
 TEST(LinuxSMC, MakesPowerOfEnergy) {
-  EnergyMeter meter(1'000'000'000);
+  constexpr std::optional<double> kNone;
+  EnergyMeter meter(1'000'000'000);  // goes round in a second at 1,000 W
   const struct {
     std::int64_t energy;
-    int second;
-    double power;
+    milliseconds now, suspended;
+    std::optional<double> power;
+    const char* what;
   } cases[] = {
-      {900'000'000, 0, 0}, {930'000'000, 3, 10}, {930'000'000, 3, 10},
-      {20'000'000, 6, 30}, {22'000'000, 700, 0}, {25'000'000, 703, 1},
+      {900'000'000, milliseconds(0), {}, kNone, "the first"},
+      {900'000'000, milliseconds(100), {}, kNone, "has not moved yet"},
+      {905'000'000, milliseconds(600), {}, 10, ""},
+      {905'000'000, milliseconds(700), {}, 0, "moves, but not now"},
+      {5'000'000, milliseconds(1200), {}, 200, "has gone round"},
+      {9'000'000, milliseconds(2300), {}, kNone, "may have gone round unseen"},
+      {9'500'000, milliseconds(2400), {}, 5, ""},
+      {500'000'000, milliseconds(2500), {}, kNone, "more than a machine takes"},
+      {1'000, milliseconds(2600), seconds(7), kNone, "after a suspend"},
+      {501'000, milliseconds(2700), seconds(7), 5, ""},
   };
   for (const auto& row : cases) {
-    const double power = meter.power(row.energy, seconds(row.second));
-    EXPECT_NEAR(power, row.power, 0.1) << row.second;
+    meter.look(row.energy, {row.now, row.suspended});
+    const auto power = meter.power();
+    ASSERT_EQ(power.has_value(), row.power.has_value()) << row.what << row.energy;
+    EXPECT_NEAR(power.value_or(0), row.power.value_or(0), 0.01) << row.energy;
   }
-  EnergyMeter wide(262'143'328'850);
-  wide.power(100'000'000'000, seconds(0));
-  wide.power(100'030'000'000, seconds(3));
-  EXPECT_EQ(wide.power(5'000'000, seconds(6)), 10);
 }
 
-TEST(LinuxSMC, AddsUpPackages) {
+TEST(LinuxSMC, TakesTwoLooksForTheFirstPower) {
   Machine machine;
-  const std::string zones[] = {"intel-rapl:0", "intel-rapl:1", "intel-rapl-mmio:0"};
+  const auto zone = [&](const std::string& number, const char* name, const char* energy) {
+    const std::string folder = "class/powercap/intel-rapl" + number;
+    machine.sys.write(folder + "/name", std::string(name) + "\n");
+    machine.sys.write(folder + "/max_energy_range_uj", "262143328850\n");
+    machine.sys.write(folder + "/energy_uj", energy);
+  };
   const auto set = [&](const char* energy) {
-    for (int i = 0; i < 3; ++i) {
-      const std::string folder = "class/powercap/" + zones[i];
-      machine.sys.write(folder + "/name", "package-" + std::to_string(i) + "\n");
-      machine.sys.write(folder + "/max_energy_range_uj", "100000000\n");
-      std::ofstream(machine.sys.path(folder + "/energy_uj")) << energy;
+    zone(":0", "package-0", energy);
+    zone(":1", "package-1", energy);
+    zone("-mmio:0", "package-0", energy);
+    zone(":2", "psys", "7");  // no hardware counts there
+  };
+  machine.chip("0", "power_meter", {"power1_average", "90000000"});
+  set("90000000");
+  machine.whileAsleep = [&] { set("91000000"); };
+  EXPECT_EQ(machine.cycle(),
+            Lines({"= power\tCPU Pack Total=20.00", "= power\tSystem Total=90.00"}));
+  machine.whileAsleep = nullptr;
+  set("106000000");  // three seconds later
+  EXPECT_EQ(machine.cycle().front(), "= power\tCPU Pack Total=10.00");
+  machine.suspended += seconds(3600);
+  set("1000");
+  machine.whileAsleep = [&] { set("201000"); };
+  EXPECT_EQ(machine.cycle().front(), "= power\tCPU Pack Total=4.00");
+}
+
+TEST(LinuxSMC, AddsUpBatteriesAndShowsTheOneThatWorks) {
+  Machine machine;
+  const auto battery = [&](const std::string& name, const Lines& files) {
+    const std::string folder = "class/power_supply/" + name + "/";
+    machine.sys.write(folder + "type", "Battery\n");
+    for (std::size_t i = 0; i + 1 < files.size(); i += 2) {
+      machine.sys.write(folder + files[i], files[i + 1] + "\n");
     }
   };
-  set("90000000");
-  EXPECT_EQ(machine.cycle(), Lines({"= power\tCPU Pack Total=0.00"}));
-  set("20000000");
-  EXPECT_EQ(machine.cycle(), Lines({"= power\tCPU Pack Total=20.00"}));
+  battery("BAT0", {"voltage_now", "12000000", "power_now", "0", "status", "Full"});
+  battery("BAT1", {"voltage_now", "11000000", "current_now", "-2000000", "status", "Discharging"});
+  const auto expected = [](const char* voltage, const char* current, const char* power) {
+    return Lines({std::string("= voltage\tBattery=") + voltage,
+                  std::string("= current\tBattery Rail=") + current,
+                  std::string("= power\tBattery Rail=") + power});
+  };
+  EXPECT_EQ(machine.cycle(), expected("11.00", "2.00", "22.00"));
+  battery("BAT0", {"power_now", "10000000", "status", "Discharging"});
+  EXPECT_EQ(machine.cycle(), expected("12.00", "2.00", "32.00"));
+  battery("BAT0", {"power_now", "0"});
+  battery("BAT1", {"current_now", "2000000", "status", "Charging"});
+  EXPECT_EQ(machine.cycle(), expected("11.00", "-2.00", "-22.00"));
+}
+
+TEST(LinuxSMC, ShowsWhatIsOffAsOff) {
+  Machine machine;
+  machine.chip("0", "amdgpu",
+               {"temp1_label", "edge", "temp1_input", "60000", "power1_label", "PPT",
+                "power1_input", "30000000", "fan1_input", "1500"});
+  const std::string status = "devices/parent0/power/runtime_status";
+  const auto expected = [](const Lines& temperature, const char* fan, const char* power) {
+    Lines lines = named("temperature", temperature);
+    lines.push_back(std::string("= fan\tGPUFan=") + fan + " 0 0");
+    lines.push_back(std::string("= power\tGPU Pack Total=") + power);
+    return lines;
+  };
+  machine.sys.write(status, "suspended\n");
+  EXPECT_EQ(machine.cycle(), expected({}, "0", "0.00"));
+  machine.sys.write(status, "active\n");
+  EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "1500", "30.00"));
+  machine.sys.write(status, "suspended\n");
+  EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "0", "0.00"));
+}
+
+TEST(LinuxSMC, FindsACoreThatComesBack) {
+  Machine machine;
+  machine.sys.write("devices/system/cpu/online", "0-1\n");
+  machine.chip("0", "coretemp",
+               {"temp2_label", "Core 0", "temp2_input", "40000", "temp3_label", "Core 1",
+                "temp3_input", "41000"});
+  const auto both = named("temperature", {"CPU Core 1=40", "CPU Core 2=41"});
+  EXPECT_EQ(machine.cycle(), both);
+  machine.sys.write("devices/system/cpu/online", "0\n");
+  for (const char* file : {"temp3_label", "temp3_input"}) {
+    machine.sys.remove(std::string("devices/chip0/") + file);
+  }
+  EXPECT_EQ(machine.cycle(), named("temperature", {"CPU Core 1=40"}));
+  machine.sys.write("devices/system/cpu/online", "0-1\n");
+  machine.cycle();  // its files come a moment later than it
+  machine.set("0", "temp3_label", "Core 1");
+  machine.set("0", "temp3_input", "41000");
+  EXPECT_EQ(machine.cycle(), both);
 }
 
 // A pipe that nobody writes to holds its reader up as a driver does that hangs.

@@ -1,37 +1,32 @@
 #include "platform/linux/sensors/file_sensors.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 namespace tarvel {
 namespace {
 
-constexpr double kMicro = 1e-6;
-constexpr double kMostWatts = 1024;
-constexpr std::chrono::minutes kLongPause{10};
+constexpr std::chrono::milliseconds kBetweenTwoLooks{100};
+constexpr double kMillion = 1e6;
+
+std::optional<std::int64_t> numberIn(AttributeFile& file, const SensorFile& source) {
+  const auto number = file.readInteger();
+  return number && *number >= source.lowest && *number <= source.highest ? number : std::nullopt;
+}
+
+bool startsWith(AttributeFile& file, std::string_view text) {
+  std::array<char, 32> buffer;
+  const auto found = file.read(buffer);
+  return found && found->starts_with(text);
+}
 
 }  // namespace
 
-double EnergyMeter::power(std::int64_t energy, MonotonicTime now) {
-  const bool first = !energy_ || now - time_ > kLongPause;
-  const std::int64_t before = std::exchange(energy_, energy).value_or(energy);
-  const std::chrono::duration<double> passed = now - std::exchange(time_, now);
-  if (first) {
-    power_ = 0;
-  } else if (passed.count() > 0) {
-    const std::int64_t used = energy >= before ? energy - before : energy + (range_ - before);
-    const double watts = static_cast<double>(used) * kMicro / passed.count();
-    if (watts >= 0 && watts < kMostWatts) power_ = watts;
-  }
-  return power_;
-}
-
-FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files,
-                         MonotonicClock clock)
-    : files_(std::move(files)), clock_(std::move(clock)), status_(std::move(statusFile)) {
-  for (const auto& file : files_) {
-    sensors_.push_back(Sensor{AttributeFile(file.path), EnergyMeter(file.energyRange)});
-  }
+FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files, SensorClock clock)
+    : clock_(std::move(clock)), status_(std::move(statusFile)) {
+  for (auto& file : files) sensors_.emplace_back(std::move(file));
 }
 
 bool FileSensors::beginCycle() {
@@ -56,12 +51,17 @@ bool FileSensors::ask(std::size_t sensor) {
 }
 
 void FileSensors::read() {
-  const bool sleeps = asleep();
-  for (std::size_t i = 0; i < sensors_.size(); ++i) {
-    Sensor& sensor = sensors_[i];
-    if (!std::exchange(sensor.wanted, false) || sleeps) continue;
+  const bool sleeps = isAsleep();
+  if (!sleeps) beginCounting();
+  for (Sensor& sensor : sensors_) {
+    if (!std::exchange(sensor.wanted, false)) continue;
+    if (sleeps) {
+      sensor.meter.reset();
+      if (sensor.source.isZeroAsleep) sensor.incoming = 0;
+      continue;
+    }
     const bool wasGone = sensor.file.gone();
-    sensor.incoming = take(sensor, files_[i]);
+    sensor.incoming = take(sensor);
     lostFileNow_ = lostFileNow_ || (sensor.file.gone() && !wasGone);
   }
 }
@@ -75,18 +75,54 @@ void FileSensors::publish() {
   }
 }
 
-bool FileSensors::asleep() {
+bool FileSensors::hasFilesOf(const FileSensors& other) const {
+  return status_.path() == other.status_.path() &&
+         std::ranges::equal(sensors_, other.sensors_, {}, &Sensor::source, &Sensor::source);
+}
+
+bool FileSensors::isAsleep() {
   if (status_.path().empty()) return false;
   std::array<char, 32> buffer;
   const auto status = status_.read(buffer);
   return status && !status->starts_with("active") && !status->starts_with("unsupported");
 }
 
-std::optional<double> FileSensors::take(Sensor& sensor, const SensorFile& file) {
-  const auto number = sensor.file.readInteger();
-  if (!number || *number < file.lowest || *number > file.highest) return std::nullopt;
-  if (file.energyRange != 0) return sensor.meter.power(*number, clock_());
-  return static_cast<double>(*number) / file.unitsPerOne;
+// Looks at the counters that cannot be compared with what they were, and waits for the second look;
+// also at those that are not wanted yet, so that these need not wait once more.
+void FileSensors::beginCounting() {
+  const auto isStale = [&](const Sensor& sensor) {
+    return sensor.source.energyRange != 0 && sensor.meter.isStale(lookTime());
+  };
+  const auto begins = [&](const Sensor& sensor) { return sensor.wanted && isStale(sensor); };
+  if (std::ranges::none_of(sensors_, begins)) return;
+  bool looked = false;  // most users may not read the counters
+  for (Sensor& sensor : sensors_) {
+    if (!isStale(sensor)) continue;
+    const auto energy = numberIn(sensor.file, sensor.source);
+    if (energy) sensor.meter.look(*energy, lookTime());
+    looked = looked || energy;
+  }
+  if (looked) clock_.sleep(kBetweenTwoLooks);
+}
+
+std::optional<double> FileSensors::take(Sensor& sensor) const {
+  const SensorFile& source = sensor.source;
+  const auto number = numberIn(sensor.file, source);
+  if (!number) return std::nullopt;
+  if (source.energyRange != 0) {
+    sensor.meter.look(*number, lookTime());
+    return sensor.meter.power();
+  }
+  double reading = static_cast<double>(*number) / source.unitsPerOne;
+  if (!source.statusFile.empty()) {
+    reading = startsWith(sensor.status, "Charging") ? -std::abs(reading) : std::abs(reading);
+  }
+  if (!source.factorFile.empty()) {
+    const auto factor = sensor.factor.readInteger();
+    if (!factor) return std::nullopt;
+    reading *= static_cast<double>(*factor) / kMillion;
+  }
+  return reading;
 }
 
 }  // namespace tarvel

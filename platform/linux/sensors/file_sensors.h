@@ -7,30 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/monotonic_clock.h"
+#include "platform/linux/sensors/energy_meter.h"
+#include "platform/linux/sensors/sensor_clock.h"
 #include "platform/linux/sensors/sensor_device.h"
 #include "platform/linux/sysfs.h"
 
 // The sensors of one device, each a file with a number in it.
 
 namespace tarvel {
-
-// Power from the readings of an energy counter, in watts.
-class EnergyMeter {
- public:
-  // Microjoules; the counter begins anew after its range.
-  explicit EnergyMeter(std::int64_t range) : range_(range) {}
-
-  // The mean power since the reading before; 0 at the first one and after a long pause. A jump that
-  // no machine draws (a counter that a suspend reset) repeats the last power.
-  double power(std::int64_t energy, MonotonicTime now);
-
- private:
-  std::int64_t range_;
-  std::optional<std::int64_t> energy_;
-  MonotonicTime time_{};
-  double power_ = 0;
-};
 
 // Where a sensor's number lies and what it means.
 struct SensorFile {
@@ -42,6 +26,12 @@ struct SensorFile {
   std::int64_t highest = std::numeric_limits<std::int64_t>::max();
 
   std::int64_t energyRange = 0;  // not 0: a counter of microjoules, read as watts
+  bool isZeroAsleep = false;     // what it measures is 0 while the device sleeps
+
+  // Of a battery. Drivers differ in the sign of what goes in or out, so that counts as positive
+  // while it discharges, and as negative while the status says "Charging".
+  std::string statusFile{};
+  std::string factorFile{};  // a number in millionths that the reading is multiplied by
 
   bool operator==(const SensorFile&) const = default;
 };
@@ -50,8 +40,10 @@ class FileSensors : public SensorDevice {
  public:
   // The status file says whether the device sleeps; reading its sensors would wake it. Empty: it
   // never does.
-  FileSensors(std::string statusFile, std::vector<SensorFile> files, MonotonicClock clock);
+  FileSensors(std::string statusFile, std::vector<SensorFile> files, SensorClock clock);
 
+  // While the device sleeps, what is 0 then reads 0, and everything else as it last did. Counters
+  // of energy that have to begin anew take a tenth of a second, all of them together.
   void read() override;
   void publish() override;
 
@@ -71,13 +63,23 @@ class FileSensors : public SensorDevice {
   // Whether a file that was there before was missing at a reading; told once.
   bool takeLostFile() { return std::exchange(lostFile_, false); }
 
-  bool hasFilesOf(const FileSensors& other) const {
-    return status_.path() == other.status_.path() && files_ == other.files_;
-  }
+  const SensorFile& file(std::size_t sensor) const { return sensors_[sensor].source; }
+
+  bool hasFilesOf(const FileSensors& other) const;
 
  private:
   struct Sensor {
+    explicit Sensor(SensorFile given)
+        : source(std::move(given)),
+          file(source.path),
+          status(source.statusFile),
+          factor(source.factorFile),
+          meter(source.energyRange) {}
+
+    SensorFile source;
     AttributeFile file;
+    AttributeFile status;
+    AttributeFile factor;
     EnergyMeter meter;
     bool asked = false;   // in this cycle
     bool served = false;  // no further reading of it in this cycle
@@ -87,11 +89,12 @@ class FileSensors : public SensorDevice {
     bool everPositive = false;
   };
 
-  bool asleep();
-  std::optional<double> take(Sensor& sensor, const SensorFile& file);
+  bool isAsleep();
+  void beginCounting();
+  EnergyLookTime lookTime() const { return {clock_.now(), clock_.suspended()}; }
+  std::optional<double> take(Sensor& sensor) const;
 
-  const std::vector<SensorFile> files_;
-  const MonotonicClock clock_;
+  const SensorClock clock_;
   AttributeFile status_;
   std::vector<Sensor> sensors_;
   bool lostFileNow_ = false;  // the reading thread's

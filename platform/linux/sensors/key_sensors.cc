@@ -47,7 +47,7 @@ class Mapper {
                   });
   }
 
-  KeySensors map(const MonotonicClock& clock) {
+  KeySensors map(const SensorClock& clock) {
     if (!rawController_) addLabelledController();
     for (const auto& row : kSensorRows) addRow(row);
     for (std::size_t chip = 0; chip < chips_.size(); ++chip) addFans(chip);
@@ -87,7 +87,7 @@ class Mapper {
       for (const auto& input : chips_[chip].inputs) {
         if (input.kind != "temp" || input.label.size() != 4) continue;
         sensors_.lists[addList(input.label)].push_back(
-            KeyCandidate{Quantity::temperature, {refer(chip, input.file)}});
+            KeyCandidate{Quantity::temperature, {refer(chip, input.file)}, {}});
       }
     }
   }
@@ -106,7 +106,8 @@ class Mapper {
       if (!matchesPattern(row.chip, chips_[chip].name) || given_[row.keys].contains(chip)) continue;
       for (const auto* input : inputsOf(row, chips_[chip])) {
         matching.push_back(chip);
-        found.push_back(KeyCandidate{quantityOf(input->kind), {refer(chip, input->file)}});
+        found.push_back(KeyCandidate{quantityOf(input->kind), {refer(chip, input->file)}, {}});
+        if (row.several == Several::whichWorks) found.back().flow = flowOf(chip);
       }
     }
     if (found.empty()) return;
@@ -114,13 +115,21 @@ class Mapper {
     const auto known = lists_.find(row.keys);
     const auto number = known != lists_.end() ? known->second : addList(row.keys);
     lists_[row.keys] = number;
-    if (row.input == "energy") found = {sumOf(found)};
+    if (row.several == Several::added) found = {sumOf(found)};
     auto& list = sensors_.lists[number];
     list.insert(list.end(), found.begin(), found.end());
   }
 
+  // The current or power of a battery.
+  std::vector<SensorRef> flowOf(std::size_t chip) {
+    for (const auto& input : chips_[chip].inputs) {
+      if (input.kind == "curr" || input.kind == "power") return {refer(chip, input.file)};
+    }
+    return {};
+  }
+
   static KeyCandidate sumOf(const KeyList& candidates) {
-    KeyCandidate sum{candidates.front().quantity, {}};
+    KeyCandidate sum{candidates.front().quantity, {}, {}};
     for (const auto& candidate : candidates) sum.parts.push_back(candidate.parts.front());
     return sum;
   }
@@ -168,8 +177,7 @@ class Mapper {
 
 }  // namespace
 
-KeySensors mapChips(const std::vector<Chip>& chips, bool rawController,
-                    const MonotonicClock& clock) {
+KeySensors mapChips(const std::vector<Chip>& chips, bool rawController, const SensorClock& clock) {
   return Mapper(chips, rawController).map(clock);
 }
 

@@ -27,6 +27,7 @@ struct SensorRef {
 struct KeyCandidate {
   Quantity quantity = Quantity::temperature;
   std::vector<SensorRef> parts;
+  std::vector<SensorRef> flow;  // where it is 0, another candidate of the list is better
 };
 
 // Sensors of one kind in their order. The first that has answered counts for the list's first key,
@@ -57,7 +58,6 @@ struct KeySensors {
 
 // The sensors of the chips that have a key. `rawController`: a controller is read by another way;
 // its labelled values are left out, as well as what it makes superfluous.
-KeySensors mapChips(const std::vector<Chip>& chips, bool rawController,
-                    const MonotonicClock& clock);
+KeySensors mapChips(const std::vector<Chip>& chips, bool rawController, const SensorClock& clock);
 
 }  // namespace tarvel

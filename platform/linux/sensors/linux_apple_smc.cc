@@ -82,6 +82,7 @@ class LinuxAppleSMC : public AppleSMC {
   std::shared_ptr<RawController> controller_;
   std::shared_ptr<Scan> scan_;  // one that goes on
   std::string listing_;         // what the last scan was of
+  bool scanAgain_ = false;      // a new device's attributes may come after it was listed
 
   std::optional<MonotonicTime> cycleStart_;
   std::chrono::milliseconds patience_{0};  // for what is left of this cycle
@@ -152,7 +153,7 @@ void LinuxAppleSMC::adoptScan() {
 }
 
 void LinuxAppleSMC::beginCycle() {
-  const auto now = options_.clock();
+  const auto now = options_.clock.now();
   if (cycleStart_ && now - *cycleStart_ <= kFreshness) return;
   cycleStart_ = now;
   const bool gone = std::ranges::any_of(sensors_.devices, [](const auto& device) {
@@ -160,7 +161,10 @@ void LinuxAppleSMC::beginCycle() {
   });
   if (scan_) {
     adoptScan();
-  } else if (gone || chipListing(options_.root) != listing_) {
+  } else if (std::string listing = chipListing(options_.root); gone || listing != listing_) {
+    scanAgain_ = true;
+    startScan();
+  } else if (std::exchange(scanAgain_, false)) {
     startScan();
   }
   SensorDevices devices;
@@ -224,12 +228,20 @@ std::optional<ControllerValue> LinuxAppleSMC::mappedValue(std::uint32_t key) {
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::valueAt(const KeyPlace& place) {
+  std::optional<ControllerValue> idle;
   std::size_t before = place.place;
   for (const auto& candidate : sensors_.lists[place.list]) {
     const auto number = reading(candidate.parts);
-    if (number && before-- == 0) return encodedReading(*number, candidate.quantity);
+    if (!number) continue;
+    if (before > 0) {
+      --before;
+      continue;
+    }
+    auto value = encodedReading(*number, candidate.quantity);
+    if (candidate.flow.empty() || reading(candidate.flow).value_or(0) != 0) return value;
+    if (!idle) idle = value;
   }
-  return std::nullopt;
+  return idle;
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {

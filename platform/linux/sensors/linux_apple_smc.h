@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/apple_smc.h"
-#include "platform/linux/monotonic_clock.h"
+#include "platform/linux/sensors/sensor_clock.h"
 #include "platform/linux/sensors/sensor_device.h"
 #include "platform/linux/sensors/sensor_scan.h"
 
@@ -24,7 +24,7 @@ namespace tarvel {
 
 struct LinuxSMCOptions {
   std::string root = "/sys";
-  MonotonicClock clock = monotonicTime;
+  SensorClock clock = realSensorClock();
   ReadingLimits limits;
   ControllerOpener openController = openKeyAtIndex;
 };

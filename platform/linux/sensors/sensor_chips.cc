@@ -40,6 +40,7 @@ SensorFile sensorFile(const std::string& chip, const std::string& path, std::str
   file.unitsPerOne = kind == "fan" ? 1 : kind == "power" ? kMicro : kMilli;
   // A controller's place without a sensor reads -127 or -128 degrees.
   if (chip == "applesmc" && kind == "temp") file.lowest = -126'999;
+  file.isZeroAsleep = kind == "fan" || kind == "power" || kind == "curr";
   if (kind == "fan") file.highest = std::numeric_limits<std::uint16_t>::max() - 1;  // that: none
   if (chip == "power_meter") file.highest = 4'294'967'294'999;  // the next means none
   return file;
@@ -88,19 +89,21 @@ void addSupply(const std::string& folder, std::vector<Chip>& chips) {
   Chip chip;
   chip.name = "battery";
   chip.path = resolvedPath(folder);
-  const struct {
-    const char* file;
-    const char* kind;
-    double unitsPerOne;
-  } attributes[] = {{"temp", "temp", 10},
-                    {"voltage_now", "in", kMicro},
-                    {"current_now", "curr", kMicro},
-                    {"power_now", "power", kMicro}};
   const auto names = folderNames(chip.path);
-  for (const auto& attribute : attributes) {
-    if (!std::ranges::binary_search(names, attribute.file)) continue;
-    SensorFile file{chip.path + "/" + attribute.file, attribute.unitsPerOne};
-    chip.inputs.push_back(ChipInput{attribute.kind, 1, {}, std::move(file)});
+  const auto add = [&](const char* kind, const char* name, double unitsPerOne) {
+    if (!std::ranges::binary_search(names, name)) return false;
+    SensorFile file{chip.path + "/" + name, unitsPerOne};
+    if (kind == std::string_view("curr") || kind == std::string_view("power")) {
+      file.statusFile = chip.path + "/status";
+    }
+    chip.inputs.push_back(ChipInput{kind, 1, {}, std::move(file)});
+    return true;
+  };
+  add("temp", "temp", 10);
+  add("in", "voltage_now", kMicro);
+  add("curr", "current_now", kMicro);
+  if (!add("power", "power_now", kMicro) && add("power", "current_now", kMicro)) {
+    chip.inputs.back().file.factorFile = chip.path + "/voltage_now";
   }
   chips.push_back(std::move(chip));
 }
@@ -114,9 +117,13 @@ void addPowercapZone(const std::string& folder, std::vector<Chip>& chips) {
   SensorFile file{path + "/energy_uj"};
   file.energyRange = *range;
   file.lowest = 0;
-  Chip chip{"powercap", path, {}, {}};
-  chip.inputs.push_back(ChipInput{"energy", 1, readAttribute(path + "/name"), std::move(file)});
-  chips.push_back(std::move(chip));
+  // All zones are one chip, so that their first readings wait together.
+  if (chips.empty() || chips.back().name != "powercap") {
+    chips.push_back(Chip{"powercap", path, {}, {}});
+  }
+  auto& inputs = chips.back().inputs;
+  inputs.push_back(ChipInput{"energy", static_cast<int>(inputs.size()) + 1,
+                             readAttribute(path + "/name"), std::move(file)});
 }
 
 // The class holds cooling devices as well, some with the name of a chip that has a sensor.
@@ -142,7 +149,8 @@ std::vector<Chip> listChips(const std::string& root) {
 }
 
 std::string chipListing(const std::string& root) {
-  std::string listing;
+  // The sensors of a core come and go with it.
+  std::string listing = readAttribute(root + "/devices/system/cpu/online") + "\n";
   for (const char* name : kClasses) {
     for (const auto& entry : folderNames(classFolder(root, name))) listing += entry + "/";
     listing += "\n";

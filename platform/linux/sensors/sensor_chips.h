@@ -29,7 +29,8 @@ struct Chip {
 // the processor is "amdgpu integrated": its power is that of the whole package.
 std::vector<Chip> listChips(const std::string& root);
 
-// What tells that devices came or went: the listings of the class folders.
+// What tells that devices came or went: the listings of the class folders, and the processors that
+// are online.
 std::string chipListing(const std::string& root);
 
 }  // namespace tarvel

@@ -12,6 +12,13 @@
 
 namespace tarvel {
 
+// What becomes of several sensors that one row finds.
+enum class Several {
+  inOrder,
+  added,       // into one reading
+  whichWorks,  // the first of a chip whose current or power is not 0, else the first
+};
+
 // In names and labels "|" separates alternatives and "*" at the end stands for anything. An input
 // is one file ("in3") or, with a label, any of its kind ("temp").
 //
@@ -19,13 +26,13 @@ namespace tarvel {
 // the devices' paths, then of the number behind the "*" of a label. A chip that an earlier row of
 // the list has found is not taken again: its rows are alternatives. The keys, separated by blanks,
 // are given to those sensors of the list one by one that have answered; further ones are left out.
-// Where several lists hold a key, the first that has a sensor for it counts. Counters of energy
-// that one row finds are added up.
+// Where several lists hold a key, the first that has a sensor for it counts.
 struct SensorRow {
   std::string_view chip;
   std::string_view input;
   std::string_view label;
   std::string_view keys;
+  Several several = Several::inOrder;
 };
 
 inline constexpr auto kSensorRows = std::to_array<SensorRow>({
@@ -61,14 +68,14 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"spd5118|jc42", "temp1", "", "TM0S TM1S TM8S TM9S"},
 
     {"battery", "temp1", "", "TB0T"},
-    {"battery", "in1", "", "VBAT"},
-    {"battery", "curr1", "", "IB0R"},
-    {"battery", "power1", "", "PB0R"},
-    {"powercap", "energy", "package-*", "PCPT"},
-    {"powercap", "energy", "core", "PCPC"},
-    {"powercap", "energy", "uncore", "PCPG"},
-    {"powercap", "energy", "dram", "PCPD"},
-    {"powercap", "energy", "psys", "PSTR"},
+    {"battery", "in1", "", "VBAT", Several::whichWorks},
+    {"battery", "curr1", "", "IB0R", Several::added},
+    {"battery", "power1", "", "PB0R", Several::added},
+    {"powercap", "energy", "package-*", "PCPT", Several::added},
+    {"powercap", "energy", "core", "PCPC", Several::added},
+    {"powercap", "energy", "uncore", "PCPG", Several::added},
+    {"powercap", "energy", "dram", "PCPD", Several::added},
+    {"powercap", "energy", "psys", "PSTR", Several::added},
     {"power_meter", "power1", "", "PSTR"},
 
     {"corsairpsu", "in", "v_out +12v", "VV9S"},

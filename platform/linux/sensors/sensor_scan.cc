@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/linux/monotonic_clock.h"
 #include "platform/linux/sensors/key_sensors.h"
 #include "platform/linux/sensors/sensor_map.h"
 
@@ -32,7 +31,7 @@ SensorScan scanSensors(const std::string& root, const ControllerOpener& open) {
 
 ControllerSource controllerSource(const SensorScan& scan) {
   if (scan.controller) return ControllerSource::raw;
-  if (mapChips(scan.chips, false, monotonicTime).empty()) return ControllerSource::none;
+  if (mapChips(scan.chips, false, realSensorClock()).empty()) return ControllerSource::none;
   const bool labelled = std::ranges::any_of(
       scan.chips, [](const Chip& chip) { return matchesPattern(kControllerChips, chip.name); });
   return labelled ? ControllerSource::labelled : ControllerSource::mapped;
