@@ -69,7 +69,7 @@ struct Kernel {
     if (hangsFor.valid()) hangsFor.wait();
     if (error != 0) return error;
     EXPECT_EQ(header.interface_id, 'S');
-    EXPECT_EQ(header.timeout, 2000U);
+    EXPECT_EQ(header.timeout, 30000U);
     EXPECT_GE(header.mx_sb_len, 32);
     if (timesOut) {
       header.host_status = 3;
@@ -380,25 +380,62 @@ TEST(LinuxAta, TakesTheKernelsReadingWhereThereIsOne) {
   Machine machine;
   machine.page89("sda", identifyBlock("WATCHED"));
   machine.root.write("sys/devices/sda/hwmon/hwmon4/name", "drivetemp\n");
-  machine.root.write("sys/devices/sda/hwmon/hwmon4/temp1_input", "33000\n");
-  machine.kernel->error = EPERM;
+  const auto set = [&](const std::string& millidegrees) {
+    machine.root.write("sys/devices/sda/hwmon/hwmon4/temp1_input", millidegrees + "\n");
+  };
   const auto next = [&] {
     machine.now += minutes(1);
     return machine.update();
   };
   const Rows at33 = {{"WATCHED", "33"}};
+  const Rows at34 = {{"WATCHED", "34"}};
+  set("33000");
   EXPECT_EQ(next(), at33);
   EXPECT_EQ(machine.sent(), "e5 ");
-  machine.root.write("sys/devices/sda/hwmon/hwmon4/temp1_input", "34999\n");
-  EXPECT_EQ(machine.update(), at33);
-  machine.kernel->error = 0;
-  machine.kernel->powerMode = 0;
+  set("34999");
+  EXPECT_EQ(machine.update(), at33) << "once a minute";
+  const struct {
+    std::uint8_t mode;
+    bool isRead;
+  } modes[] = {{0x00, false}, {0x01, false}, {0x40, false}, {0x02, false}, {0x84, false},
+               {0x41, true},  {0x80, true},  {0x81, true},  {0x83, true},  {0xFF, true}};
+  for (const auto& [mode, isRead] : modes) {
+    machine.kernel->powerMode = mode;
+    EXPECT_EQ(next(), isRead ? at34 : at33) << +mode;
+    if (!isRead) continue;
+    set("33000");
+    machine.kernel->powerMode = 0xFF;
+    EXPECT_EQ(next(), at33);
+    set("34999");
+  }
+  set("");
   EXPECT_EQ(next(), at33);
-  machine.kernel->powerMode = 0x80;
-  EXPECT_EQ(next(), Rows({{"WATCHED", "34"}}));
-  EXPECT_EQ(machine.sent(), "e5 e5 ");
-  machine.root.write("sys/devices/sda/hwmon/hwmon4/temp1_input", "");
-  EXPECT_EQ(next(), Rows({{"WATCHED", "34"}}));
+}
+
+TEST(LinuxAta, LetsSleepersLieWhereItMayNotAsk) {
+  Machine machine;
+  machine.page89("sda", identifyBlock("WATCHED"));
+  machine.root.write("sys/devices/sda/hwmon/hwmon4/name", "drivetemp\n");
+  machine.kernel->error = EPERM;
+  const struct {
+    seconds after;
+    const char *traffic, *kernelSays, *shown, *what;
+  } looks[] = {
+      {seconds(3), "7 0", "31000", "", "nothing is known of it"},
+      {seconds(3), "7 0", "31000", "", "sleeps, perhaps"},
+      {seconds(3), "8 0", "31000", "31", "is in use"},
+      {seconds(3), "9 0", "32000", "31", "once a minute"},
+      {seconds(60), "10 0", "32000", "31", "may have gone to sleep since it was used"},
+      {seconds(3), "10 0", "32000", "31", "sleeps, perhaps"},
+      {seconds(3), "10 5", "32000", "32", "is in use"},
+  };
+  for (const auto& look : looks) {
+    machine.now += look.after;
+    machine.root.write("sys/block/sda/stat", look.traffic);
+    machine.root.write("sys/devices/sda/hwmon/hwmon4/temp1_input", look.kernelSays);
+    const std::string shown = look.shown;
+    EXPECT_EQ(machine.update(), shown.empty() ? Rows{} : Rows({{"WATCHED", shown}})) << look.what;
+  }
 }
 
 TEST(LinuxAta, FindsDisksWithoutACommand) {

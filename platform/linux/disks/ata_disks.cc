@@ -60,6 +60,10 @@ std::string drivetempFile(const AtaDisk& disk) {
   return {};
 }
 
+std::string trafficCounts(const AtaDisk& disk, const AtaDiskRoots& roots) {
+  return readAttribute(roots.sys + "/block/" + disk.name + "/stat");
+}
+
 bool isSuspended(const AtaDisk& disk) {
   return readAttribute(disk.folder + "/power/runtime_status").starts_with("suspend");
 }

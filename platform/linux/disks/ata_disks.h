@@ -33,4 +33,7 @@ std::string drivetempFile(const AtaDisk& disk);
 // Whether the system itself has put the disk down: any access would wake it.
 bool isSuspended(const AtaDisk& disk);
 
+// The kernel's counts of what was read from and written to the disk; they move with its traffic.
+std::string trafficCounts(const AtaDisk& disk, const AtaDiskRoots& roots);
+
 }  // namespace tarvel

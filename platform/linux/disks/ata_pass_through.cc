@@ -9,7 +9,10 @@
 namespace tarvel {
 namespace {
 
-constexpr unsigned kTimeLimitMilliseconds = 2000;
+// What a disk may need that has to spin up first. At the end of it the kernel resets the disk's
+// link, which every other command to it feels, so that only a broken disk may get there.
+constexpr unsigned kTimeLimitMilliseconds = 30'000;
+
 constexpr std::size_t kSenseBytes = 64;
 
 constexpr std::uint8_t kPassThrough16 = 0x85;

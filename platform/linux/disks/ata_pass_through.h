@@ -68,7 +68,8 @@ int scsiIoctl(int descriptor, sg_io_hdr& header);
 
 enum class DescriptorSize { sixteen, twelve };
 
-// Sends one command with a time limit of two seconds. `data` receives what a data command reads.
+// Sends one command, which the kernel gives up after 30 seconds. `data` receives what a data
+// command reads.
 AtaAnswer sendAtaCommand(const ScsiIoctl& ioctl, int descriptor, const AtaCommand& command,
                          DescriptorSize size, std::span<std::uint8_t, 512> data);
 

@@ -15,8 +15,23 @@ constexpr std::chrono::minutes kAfterTimeOut{10};
 // Opened for reading: udev looks at a disk anew when one that was open for writing is closed.
 constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
 
-// Counts of CHECK POWER MODE up to this one mean standby.
-constexpr std::uint8_t kLastStandbyCount = 1;
+// The count that CHECK POWER MODE answers, as ACS-3 has it.
+constexpr std::uint8_t kStandbyZ = 0x00;
+constexpr std::uint8_t kStandbyY = 0x01;
+constexpr std::uint8_t kSpunDown = 0x40;  // a disk with a cache of its own that it serves from
+constexpr std::uint8_t kSpunUp = 0x41;    // the same
+constexpr std::uint8_t kIdle = 0x80;
+constexpr std::uint8_t kIdleC = 0x83;  // Idle_a to Idle_c: heads parked or slower, but turning
+constexpr std::uint8_t kActiveOrIdle = 0xFF;
+
+DiskLink::PowerMode powerModeOf(std::uint8_t count) {
+  if (count == kStandbyZ || count == kStandbyY || count == kSpunDown) {
+    return DiskLink::PowerMode::standby;
+  }
+  const bool isIdle = count >= kIdle && count <= kIdleC;
+  return isIdle || count == kSpunUp || count == kActiveOrIdle ? DiskLink::PowerMode::awake
+                                                              : DiskLink::PowerMode::unknown;
+}
 
 }  // namespace
 
@@ -59,7 +74,7 @@ DiskLink::PowerMode DiskLink::powerMode() {
   const auto answer = send(kCheckPowerMode, none);
   if (answer.outcome == AtaOutcome::notSent && !timedOut_) return PowerMode::notForUsToAsk;
   if (answer.outcome != AtaOutcome::success || !answer.registers) return PowerMode::unknown;
-  return answer.registers->count <= kLastStandbyCount ? PowerMode::standby : PowerMode::awake;
+  return powerModeOf(answer.registers->count);
 }
 
 AtaAnswer DiskLink::sendOnce(const AtaCommand& command, AtaBlock& block) {

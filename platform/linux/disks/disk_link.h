@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "platform/host/files/file_descriptor.h"
 #include "platform/linux/disks/ata_disks.h"
@@ -20,6 +21,12 @@ struct DiskState {
   std::optional<DiskReading> last;         // when it last said everything
   std::optional<MonotonicTime> notBefore;  // when it may be asked again
   DescriptorSize size = DescriptorSize::sixteen;
+
+  // Where the disk may not be asked whether it stands by, its traffic tells that it does not.
+  bool mayNotBeAsked = false;
+  std::string traffic;  // what the kernel counted at the last look
+  std::optional<MonotonicTime> lookedAt;
+
   std::atomic<bool> busy = false;  // with work that may hang
 };
 
@@ -32,7 +39,7 @@ bool workWithDisk(const std::shared_ptr<DiskState>& state, const LinuxAtaOptions
                   std::function<void()> work);
 
 // A disk as far as it can be opened, which the first command does. Nothing more is sent once a
-// command has run into its time limit.
+// command was given up or has run into the kernel's own limit.
 class DiskLink {
  public:
   // The options outlive the link.
@@ -45,7 +52,7 @@ class DiskLink {
   enum class PowerMode {
     awake,
     standby,
-    unknown,       // it does not say
+    unknown,       // it does not say, or nothing that the standard knows
     notForUsToAsk  // no command may be sent
   };
   PowerMode powerMode();

@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::chrono::minutes kBetweenReadings{1};
 
+// Traffic since a look that is older says nothing of what the disk does now.
+constexpr std::chrono::seconds kBetweenLooks{15};
+
 // One look for disks serves a cycle, which may ask for them once for every panel.
 constexpr std::chrono::seconds kLookServes{1};
 
@@ -23,9 +26,10 @@ class DiskPlugIn : public AtaSmartPlugIn {
       : state_(std::move(state)), options_(options) {}
 
   std::unique_ptr<AtaSmartInterface> QueryInterface() override {
-    if (mayBeAsked(*state_, options_)) {
+    const bool isInUse = lookForTraffic();
+    if (mayBeAsked(*state_, options_) && (isInUse || !state_->mayNotBeAsked)) {
       leaveAloneFor(*state_, options_, kBetweenReadings);
-      if (auto disk = ask()) return disk;
+      if (auto disk = ask(isInUse)) return disk;
     }
     const auto last = state_->last;
     return last ? makeLastReading(*last) : nullptr;
@@ -34,16 +38,32 @@ class DiskPlugIn : public AtaSmartPlugIn {
  private:
   using PowerMode = DiskLink::PowerMode;
 
+  // Whether there was traffic since a look a short time ago.
+  bool lookForTraffic() {
+    const auto now = options_.clock();
+    const auto before = std::exchange(state_->lookedAt, now);
+    std::string counts = trafficCounts(state_->disk, options_.roots);
+    const bool moved = counts != state_->traffic;
+    state_->traffic = std::move(counts);
+    return moved && before && now - *before <= kBetweenLooks;
+  }
+
   // The disk, when it is awake and commands are the way to its data.
-  std::unique_ptr<AtaSmartInterface> ask() {
+  std::unique_ptr<AtaSmartInterface> ask(bool isInUse) {
     if (isSuspended(state_->disk)) return nullptr;
     DiskLink link(state_, options_);
     const auto mode = link.powerMode();
+    state_->mayNotBeAsked = mode == PowerMode::notForUsToAsk;
     const std::string watched = drivetempFile(state_->disk);
     if (watched.empty()) {
       return mode == PowerMode::awake ? makeLiveDisk(std::move(link), state_) : nullptr;
     }
-    if (mode == PowerMode::awake || mode == PowerMode::notForUsToAsk) readWatched(watched);
+    if (mode == PowerMode::awake || (state_->mayNotBeAsked && isInUse)) {
+      readWatched(watched);
+      state_->traffic = trafficCounts(state_->disk, options_.roots);  // some kernels count ours
+    } else if (state_->mayNotBeAsked) {
+      leaveAloneFor(*state_, options_, MonotonicTime(0));
+    }
     return nullptr;
   }
 
