@@ -12,33 +12,23 @@ std::vector<RankedProcess> MemoryRanking::highest(ProcessSweep& sweep, std::size
   const std::int64_t pageKiB = ::sysconf(_SC_PAGESIZE) / 1024;
   auto ranked = tarvel::highest(
       sweep, 2 * rows, [&](const Process& process) { return process.residentPages * pageKiB; });
-  std::map<std::int32_t, Exact> latest;
+  std::map<std::int32_t, Kept> latest;
   for (RankedProcess& candidate : ranked) {
     if (candidate.value == 0) break;
     const Process& process = *candidate.process;
-    Exact& exact = latest[process.pid];
-    const auto known = exact_.find(process.pid);
-    if (known != exact_.end() && known->second.startTime == process.startTime) {
-      exact = std::move(known->second);
+    Kept& kept = latest[process.pid];
+    const auto known = kept_.find(process.pid);
+    if (known != kept_.end() && known->second.startTime == process.startTime) {
+      kept = std::move(known->second);
     }
-    bringUpToDate(sweep, process, exact);
-    candidate.value = exact.pages * pageKiB;
+    kept.startTime = process.startTime;
+    // Where it has just ended, what stat told stands.
+    const auto pages = parseResidentPages(sweep.files().reread(kept.statm, process.pid, "statm"));
+    if (pages) candidate.value = *pages * pageKiB;
   }
-  exact_ = std::move(latest);
+  kept_ = std::move(latest);
   keepHighest(ranked, rows);
   return ranked;
-}
-
-void MemoryRanking::bringUpToDate(ProcessSweep& sweep, const Process& process, Exact& exact) {
-  const bool isUpToDate = exact.startTime == process.startTime && exact.total == process.total &&
-                          exact.residentPages == process.residentPages;
-  if (isUpToDate) return;
-  exact.startTime = process.startTime;
-  exact.total = process.total;
-  exact.residentPages = process.residentPages;
-  // Where it has just ended, what stat told stands.
-  const auto pages = parseResidentPages(sweep.files().reread(exact.statm, process.pid, "statm"));
-  exact.pages = pages && *pages > 0 ? *pages : process.residentPages;
 }
 
 std::uint64_t MemoryRanking::swapKiB(ProcessSweep& sweep, const Process& process) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -10,8 +9,9 @@
 #include "platform/linux/processes/process_sweep.h"
 
 // The processes with the most resident memory. What stat tells of it is off by what the processors
-// have not added up yet, so twice as many as are shown are read exactly, from statm, where they
-// have run since. For one thread at a time.
+// have not added up yet, and old where the process has not run: memory is taken from it all the
+// same. So twice as many as are shown are read exactly, from statm, in every cycle: a system call
+// each. For one thread at a time.
 
 namespace tarvel {
 
@@ -24,18 +24,12 @@ class MemoryRanking {
   static std::uint64_t swapKiB(ProcessSweep& sweep, const Process& process);
 
  private:
-  // An exact reading, and what the sweep told of the process then.
-  struct Exact {
+  struct Kept {
     std::uint64_t startTime = 0;
-    std::chrono::nanoseconds total{0};
-    std::int64_t residentPages = 0;
-    std::int64_t pages = 0;
     FileDescriptor statm;  // kept open
   };
 
-  static void bringUpToDate(ProcessSweep& sweep, const Process& process, Exact& exact);
-
-  std::map<std::int32_t, Exact> exact_;  // by process id
+  std::map<std::int32_t, Kept> kept_;  // by process id
 };
 
 }  // namespace tarvel
