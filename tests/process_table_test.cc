@@ -125,7 +125,6 @@ std::string shown(const std::optional<ProcessStatus>& status) {
 }
 
 TEST(ProcessText, ReadsTheOtherFiles) {
-  EXPECT_EQ(shown(parseTurns("176233557 11033734 451\n")), "451");
   EXPECT_EQ(shown(parseResidentPages("10510 3258 1616 1 0 5 0\n")), "3258");
   EXPECT_EQ(shown(parseDiskBytes("rchar: 9\nread_bytes: 4096\nwrite_bytes: 8192\n"
                                  "cancelled_write_bytes: 5\n")),
@@ -133,7 +132,7 @@ TEST(ProcessText, ReadsTheOtherFiles) {
   EXPECT_EQ(shown(parseStatus("Name:\tUid: 5\nUid:\t1000\t1001\t7\t7\nVmSwap:\t  212 kB\n")),
             "1001 212");
   for (const auto* const none : {"", "\n", "read_bytes: x", "Uid:", "1"}) {
-    EXPECT_EQ(shown(parseTurns(none)) + shown(parseResidentPages(none)), "nonenone");
+    EXPECT_EQ(shown(parseResidentPages(none)), "none");
     EXPECT_EQ(shown(parseDiskBytes(none)) + shown(parseStatus(none)), "nonenone");
   }
   const std::string swaps = "Filename\tType\tSize\tUsed\tPriority\n/dev/a partition 100 0 -2\n";
@@ -245,15 +244,14 @@ TEST_F(ProcessTableTest, RanksMemoryByExactFigures) {
       << "it was paged out, though it has not run";
 }
 
-TEST_F(ProcessTableTest, WeighsTurnsAndTrafficIntoTheEnergyImpact) {
+TEST_F(ProcessTableTest, WeighsTrafficIntoTheEnergyImpact) {
   const auto line = [](int pid, const std::string& power, const std::string& user) {
     return "<pid>" + std::to_string(pid) + "</pid><name>sleep  </name><power>" + power +
            "</power><user>" + user + "</user></item>\n";
   };
   std::map<int, std::chrono::milliseconds> used = {{1, 1000ms}, {2, 1000ms}};
-  const auto run = [&](std::chrono::milliseconds time, int turns, std::uint64_t bytes) {
+  const auto run = [&](std::chrono::milliseconds time, std::uint64_t bytes) {
     for (const int pid : {1, 2}) put(pid, {.used = used[pid] += time});
-    file(1, "schedstat", "1 1 " + std::to_string(turns));
     file(2, "io", "read_bytes: " + std::to_string(bytes) + "\nwrite_bytes: 1000000\n");
     now += 1s;
   };
@@ -265,11 +263,11 @@ TEST_F(ProcessTableTest, WeighsTurnsAndTrafficIntoTheEnergyImpact) {
   auto processes = table();
   const auto list = [&] { return processes.lines(ProcessListKind::energy, 50); };
   EXPECT_EQ(list(), line(1, "0.0", "root") + line(2, "0.0", "4000000001") + line(3, "0.0", "?"));
-  run(10ms, 1000, 5000000);
+  run(10ms, 5000000);
   EXPECT_EQ(list(), line(1, "1.0", "root") + line(2, "1.0", "4000000001") + line(3, "0.0", "?"));
-  run(10ms, 1100, 55000000);  // 100 turns: 2.0; 50 MB: 5.0
-  EXPECT_EQ(list(), line(2, "6.0", "4000000001") + line(1, "3.0", "root") + line(3, "0.0", "?"));
-  run(0ms, 9999, 99000000);  // nothing can have happened
+  run(10ms, 55000000);  // 50 MB: 5.0
+  EXPECT_EQ(list(), line(2, "6.0", "4000000001") + line(1, "1.0", "root") + line(3, "0.0", "?"));
+  run(0ms, 99000000);  // nothing can have happened
   EXPECT_EQ(list(), line(1, "0.0", "root") + line(2, "0.0", "4000000001") + line(3, "0.0", "?"));
 }
 

@@ -10,7 +10,6 @@ namespace tarvel {
 namespace {
 
 constexpr double kPerBusyCore = 100;      // impact of one core that is always busy
-constexpr double kPerTurn = 0.02;         // of one turn a second: 0.2 ms of a busy core
 constexpr double kPerDiskMegabyte = 0.1;  // of 1 MB/s from or to disks
 constexpr double kLeastLoad = 5e-5;       // of a core; with less, the rest cannot come to a tenth
 constexpr std::size_t kMoreCandidates = 30;
@@ -31,7 +30,7 @@ std::vector<RankedProcess> EnergyRanking::highest(ProcessSweep& sweep, Monotonic
   const auto load = [&](const Process& process) {
     return elapsed.count() > 0 ? seconds(process.used) / seconds(elapsed) : 0;
   };
-  // By processor time to the nanosecond: whoever has turns or traffic has used some of it.
+  // By processor time to the nanosecond: whoever has traffic has used some of it.
   const auto best = tarvel::highest(sweep, rows + kMoreCandidates,
                                     [](const Process& process) { return process.used.count(); });
   std::map<std::int32_t, Candidate> candidates;
@@ -61,8 +60,6 @@ std::vector<RankedProcess> EnergyRanking::highest(ProcessSweep& sweep, Monotonic
 void EnergyRanking::look(ProcessSweep& sweep, const Process& process, MonotonicTime now,
                          Candidate& candidate) {
   ProcessFiles& files = sweep.files();
-  const auto turns = parseTurns(files.reread(candidate.schedstat, process.pid, "schedstat"))
-                         .value_or(candidate.turns);
   // Threads of the kernel work for others, and other users' traffic is not for everybody to see.
   std::uint64_t diskBytes = candidate.diskBytes;
   if (!process.isKernelThread) {
@@ -71,12 +68,10 @@ void EnergyRanking::look(ProcessSweep& sweep, const Process& process, MonotonicT
   candidate.impact = 0;
   if (candidate.startTime != 0) {
     const double megabytes = growth(diskBytes, candidate.diskBytes) / 1e6;
-    candidate.impact = (kPerTurn * growth(turns, candidate.turns) + kPerDiskMegabyte * megabytes) /
-                       seconds(now - candidate.at);
+    candidate.impact = kPerDiskMegabyte * megabytes / seconds(now - candidate.at);
   }
   candidate.startTime = process.startTime;
   candidate.at = now;
-  candidate.turns = turns;
   candidate.diskBytes = diskBytes;
 }
 

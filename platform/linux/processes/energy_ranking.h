@@ -14,9 +14,8 @@
 // that keeps one core busy for a hundredth of the time. What goes into it and why is in
 // docs/energy.md.
 //
-// Processor time is known of all processes. Only the best candidates are asked for more: the turns
-// of their main threads and their traffic with disks; what these come to is known from the second
-// time on that they are asked. For one thread at a time.
+// Processor time is known of all processes. Only the best candidates are asked for their traffic
+// with disks, which is known from the second time on that they are asked. For one thread at a time.
 
 namespace tarvel {
 
@@ -31,11 +30,9 @@ class EnergyRanking {
   struct Candidate {
     std::uint64_t startTime = 0;
     MonotonicTime at{0};
-    std::uint64_t turns = 0;
     std::uint64_t diskBytes = 0;
     double impact = 0;
-    FileDescriptor schedstat;  // kept open
-    FileDescriptor io;
+    FileDescriptor io;  // kept open
   };
 
   static void look(ProcessSweep& sweep, const Process& process, MonotonicTime now,

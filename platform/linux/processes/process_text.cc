@@ -74,13 +74,6 @@ std::optional<ProcessStat> parseStat(std::string_view text) {
   return stat;
 }
 
-std::optional<std::uint64_t> parseTurns(std::string_view text) {
-  std::uint64_t turns = 0;
-  skipFields(text, 2);  // time on processors, time waiting for one
-  if (!take(text, turns)) return std::nullopt;
-  return turns;
-}
-
 std::optional<std::int64_t> parseResidentPages(std::string_view text) {
   std::int64_t pages = 0;
   skipFields(text, 1);  // size

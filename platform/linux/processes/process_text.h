@@ -20,9 +20,6 @@ struct ProcessStat {
 };
 std::optional<ProcessStat> parseStat(std::string_view text);
 
-// /proc/PID/schedstat: how often the main thread alone was given a processor.
-std::optional<std::uint64_t> parseTurns(std::string_view text);
-
 // /proc/PID/statm: resident pages, exactly.
 std::optional<std::int64_t> parseResidentPages(std::string_view text);
 
