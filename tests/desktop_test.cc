@@ -115,7 +115,8 @@ class Desktop : public testing::Test {
   std::string applicationOf(int pid) {
     DesktopIndex index(dataFolders());
     index.refresh();
-    const auto* found = processApplication((home.path() / "proc").string(), pid, index);
+    SandboxLooks sandboxes;
+    const auto* found = processApplication((home.path() / "proc").string(), pid, index, sandboxes);
     return found != nullptr ? found->identifier : "";
   }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/processes/process_table.h"
 
+#include <future>
 #include <map>
 #include <thread>
 
@@ -8,6 +9,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "platform/linux/bounded_work.h"
 #include "platform/linux/processes/process_lines.h"
 #include "platform/linux/processes/process_text.h"
 #include "tests/temporary_home.h"
@@ -147,6 +149,7 @@ TEST_F(ProcessTableTest, ShowsLoadSinceTheSampleBefore) {
   put(8, {"ended"});
   auto processes = table();
   whileAsleep = [&] {
+    EXPECT_EQ(processes.startTime(8), 100U) << "asking does not wait for the second look";
     put(10, {"busy", 1000ms + 505ms});
     put(11, {"came", 250ms, 900});
     put(12, {"was hidden", 3600s, 5});
@@ -269,6 +272,26 @@ TEST_F(ProcessTableTest, WeighsTrafficIntoTheEnergyImpact) {
   EXPECT_EQ(list(), line(2, "6.0", "4000000001") + line(1, "1.0", "root") + line(3, "0.0", "?"));
   run(0ms, 99000000);  // nothing can have happened
   EXPECT_EQ(list(), line(1, "0.0", "root") + line(2, "0.0", "4000000001") + line(3, "0.0", "?"));
+}
+
+TEST(BoundedLooks, LeaveWhatHangsAndCountIt) {
+  BoundedLooks looks("test", 20ms, 2);
+  std::promise<void> answer;
+  const auto hang = [end = answer.get_future().share()] { end.wait(); };
+  const auto nothing = [] {};
+  EXPECT_EQ(looks.run("a", nothing), BoundedOutcome::finished);
+  EXPECT_EQ(looks.run("a", hang), BoundedOutcome::goesOn);
+  EXPECT_EQ(looks.run("a", nothing), BoundedOutcome::goesOn) << "of the same key";
+  EXPECT_EQ(looks.run("b", nothing), BoundedOutcome::finished);
+  EXPECT_EQ(looks.run("b", hang), BoundedOutcome::goesOn);
+  EXPECT_EQ(looks.run("c", nothing), BoundedOutcome::notStarted) << "too many";
+  answer.set_value();
+  auto outcome = BoundedOutcome::goesOn;
+  for (int i = 0; i < 1000 && outcome != BoundedOutcome::finished; ++i) {
+    std::this_thread::sleep_for(1ms);
+    outcome = looks.run("a", nothing);
+  }
+  EXPECT_EQ(outcome, BoundedOutcome::finished) << "tried again";
 }
 
 TEST(ProcessTableOnThisMachine, ListsOneselfWhateverOneIsCalled) {

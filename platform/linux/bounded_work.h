@@ -1,7 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
+#include <memory>
+#include <string>
 #include <string_view>
 
 namespace tarvel {
@@ -16,5 +19,25 @@ enum class BoundedOutcome {
 // driver that hangs cannot be interrupted: work that goes on must own whatever it touches.
 BoundedOutcome runBounded(std::string_view name, std::chrono::milliseconds limit,
                           std::function<void()> work);
+
+// Work of which each piece may hang for good, so that it is counted and not begun twice. Callable
+// from any thread; what still goes on may outlive this.
+class BoundedLooks {
+ public:
+  // A thread is named for what it does. `most` pieces may be left going on.
+  BoundedLooks(std::string_view name, std::chrono::milliseconds limit, std::size_t most);
+
+  // As runBounded; `goesOn` at once where the last piece of this key still does, `notStarted` where
+  // too many do.
+  BoundedOutcome run(const std::string& key, std::function<void()> work);
+
+ private:
+  struct Going;
+
+  const std::string name_;
+  const std::chrono::milliseconds limit_;
+  const std::size_t most_;
+  std::shared_ptr<Going> going_;
+};
 
 }  // namespace tarvel

@@ -95,7 +95,7 @@ class LinuxWorkspace : public Workspace {
 
   void resolve(std::int32_t pid, Process& process, Clock::time_point now) {
     refreshIndex(now);
-    const auto* application = processApplication(options_.procFolder, pid, index_);
+    const auto* application = processApplication(options_.procFolder, pid, index_, sandboxes_);
     process.entryPath = application != nullptr ? application->path : std::string();
     if (application != nullptr) {
       process.validUntil = Clock::time_point::max();
@@ -132,6 +132,7 @@ class LinuxWorkspace : public Workspace {
 
   const LinuxWorkspaceOptions options_;
   std::mutex mutex_;  // guards what follows
+  SandboxLooks sandboxes_;
   DesktopIndex index_;
   Clock::time_point nextRefresh_;
   std::unordered_map<std::int32_t, Process> processes_;

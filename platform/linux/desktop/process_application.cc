@@ -1,7 +1,9 @@
 #include "platform/linux/desktop/process_application.h"
 
 #include <charconv>
+#include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -17,6 +19,9 @@ namespace {
 
 constexpr std::size_t kProcLimit = 256 * 1024;  // bytes of a file in /proc
 constexpr std::string_view kSeat = "/run/systemd/seats/seat0";
+constexpr const char* kSandboxFile = "/root/.flatpak-info";
+constexpr std::chrono::milliseconds kLongestLook{50};
+constexpr std::size_t kMostLooks = 4;  // that go on for longer
 
 using Application = DesktopIndex::Application;
 
@@ -50,9 +55,18 @@ const Application* byUnit(const std::string& folder, const DesktopIndex& index) 
   return nullptr;
 }
 
-const Application* bySandbox(const std::string& folder, const DesktopIndex& index) {
-  const auto text = readSmallFile(folder + "/root/.flatpak-info", kProcLimit);
-  const auto name = text ? valueIn(*text, "name", '\n') : std::nullopt;
+// Whether a process sees the mounts that this one sees: then it is in no sandbox. Told by the
+// kernel alone, without a look into any file system.
+bool isInOurNamespace(const std::string& folder) {
+  std::error_code error;
+  const auto theirs = std::filesystem::read_symlink(folder + "/ns/mnt", error);
+  return !error && theirs == std::filesystem::read_symlink("/proc/self/ns/mnt", error);
+}
+
+const Application* bySandbox(const std::string& folder, const DesktopIndex& index,
+                             SandboxLooks& sandboxes) {
+  if (isInOurNamespace(folder)) return nullptr;
+  const auto name = sandboxes.name(folder);
   return name ? index.withIdentifier(*name) : nullptr;
 }
 
@@ -93,14 +107,25 @@ const Application* byLaunch(const std::string& folder, std::int32_t pid,
 
 }  // namespace
 
+SandboxLooks::SandboxLooks() : looks_("sandbox", kLongestLook, kMostLooks) {}
+
+std::optional<std::string> SandboxLooks::name(const std::string& processFolder) {
+  const auto found = std::make_shared<std::optional<std::string>>();
+  const auto outcome = looks_.run(processFolder, [found, path = processFolder + kSandboxFile] {
+    const auto text = readSmallFile(path, kProcLimit);
+    if (text) *found = valueIn(*text, "name", '\n');
+  });
+  return outcome == BoundedOutcome::finished ? *found : std::nullopt;
+}
+
 const Application* processApplication(const std::string& procFolder, std::int32_t pid,
-                                      const DesktopIndex& index) {
+                                      const DesktopIndex& index, SandboxLooks& sandboxes) {
   const std::string folder = procFolder + "/" + std::to_string(pid);
   struct stat status {};
   if (pid <= 0 || ::stat(folder.c_str(), &status) != 0 || !isShownUser(status.st_uid))
     return nullptr;
   if (const auto* application = byUnit(folder, index)) return application;
-  if (const auto* application = bySandbox(folder, index)) return application;
+  if (const auto* application = bySandbox(folder, index, sandboxes)) return application;
   if (const auto* application = byProgram(folder, index)) return application;
   return byLaunch(folder, pid, index);
 }

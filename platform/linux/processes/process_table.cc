@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -43,17 +44,19 @@ class ProcessTable::Reading {
       : clock_(std::move(clock)), sweep_(root, clock_.processorTime) {}
 
   std::string lines(ProcessListKind kind, std::size_t rows) {
-    const std::lock_guard lock(mutex_);
-    bringUpToDate();
+    std::unique_lock lock(mutex_);
+    bringUpToDate(lock);
     switch (kind) {
       case ProcessListKind::cpu:
         return cpuLines(rows);
       case ProcessListKind::memory:
         return memoryLines(rows);
       case ProcessListKind::energy:
-        return energyLines(rows);
+        break;
     }
-    return {};
+    const auto ranked = energyRows(rows);
+    lock.unlock();  // the user database may be slow
+    return energyLines(ranked);
   }
 
   std::optional<std::uint64_t> startTime(std::int32_t pid) {
@@ -63,14 +66,22 @@ class ProcessTable::Reading {
   }
 
  private:
-  void bringUpToDate() {
+  // Whoever comes during a look waits for its end alone. Between the two looks of a start the lock
+  // is free.
+  void bringUpToDate(std::unique_lock<std::mutex>& lock) {
+    hasLooked_.wait(lock, [&] { return !isLooking_; });
     const auto age = hasSwept_ ? clock_.now() - sweptAt_ : kServesAsFirst + 1ns;
     if (age < kServesAgain) return;
+    isLooking_ = true;
     if (age > kServesAsFirst) {
       look(false);
+      lock.unlock();
       clock_.sleep(kBetweenTwo);
+      lock.lock();
     }
     look(true);
+    isLooking_ = false;
+    hasLooked_.notify_all();
   }
 
   void look(bool compare) {
@@ -105,13 +116,25 @@ class ProcessTable::Reading {
     return text;
   }
 
-  std::string energyLines(std::size_t rows) {
-    std::string text;
+  struct EnergyRow {
+    std::string text;  // the line's beginning
+    std::optional<std::uint32_t> user;
+  };
+
+  std::vector<EnergyRow> energyRows(std::size_t rows) {
+    std::vector<EnergyRow> list;
     if (owners_.size() > kMostOwners) owners_.clear();
     for (const auto& [process, tenths] : energy_.highest(sweep_, sweptAt_, elapsed_, rows)) {
       const auto owner = owners_.insert_or_assign(process->pid, ownerOf(*process)).first->second;
-      text += lineStart(*process) + tagged("power", tenthsText(tenths)) +
-              tagged("user", owner.user ? users_.name(*owner.user) : "?") + "</item>\n";
+      list.push_back({lineStart(*process) + tagged("power", tenthsText(tenths)), owner.user});
+    }
+    return list;
+  }
+
+  std::string energyLines(const std::vector<EnergyRow>& rows) {
+    std::string text;
+    for (const auto& row : rows) {
+      text += row.text + tagged("user", row.user ? users_.name(*row.user) : "?") + "</item>\n";
     }
     return text;
   }
@@ -135,15 +158,17 @@ class ProcessTable::Reading {
     return {process.startTime, sweptAt_, status ? std::optional(status->user) : std::nullopt};
   }
 
-  std::mutex mutex_;  // guards all that follows
+  UserNames users_;
   ProcessTableClock clock_;
+  std::mutex mutex_;  // guards all that follows
+  std::condition_variable hasLooked_;
+  bool isLooking_ = false;
   ProcessSweep sweep_;
   bool hasSwept_ = false;
   MonotonicTime sweptAt_{0};
   std::chrono::nanoseconds elapsed_{0};  // between the latest two looks
   MemoryRanking memory_;
   EnergyRanking energy_;
-  UserNames users_;
   std::map<std::int32_t, Owner> owners_;  // by process id
 };
 

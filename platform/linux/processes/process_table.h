@@ -24,7 +24,8 @@
 // Values tell what happened between two looks at all processes. A look younger than half a second
 // serves again; the one before it is the first of the two when it is ten seconds old at most, else
 // two are taken, a second apart. So the lists of one cycle cost one look. Callable from any thread:
-// calls at the same time wait for one another.
+// a call during a look waits for its end. Nothing that is read in a look can hang on the file
+// system of a process.
 
 namespace tarvel {
 

@@ -1,6 +1,8 @@
 #include "platform/linux/processes/user_names.h"
 
 #include <cerrno>
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -13,6 +15,8 @@ namespace tarvel {
 namespace {
 
 constexpr std::size_t kMostNames = 1000;  // more than any list shows
+constexpr std::chrono::milliseconds kLongestWait{200};
+constexpr std::size_t kMostLooks = 4;
 
 std::optional<std::string> nameInDatabase(uid_t user) {
   constexpr std::size_t kLargestEntry = 1 << 20;
@@ -30,13 +34,25 @@ std::optional<std::string> nameInDatabase(uid_t user) {
 
 }  // namespace
 
-const std::string& UserNames::name(std::uint32_t user) {
-  const auto known = names_.find(user);
-  if (known != names_.end()) return known->second;
+UserNames::UserNames() : looks_("users", kLongestWait, kMostLooks) {}
+
+std::string UserNames::name(std::uint32_t user) {
+  {
+    const std::scoped_lock lock(mutex_);
+    const auto known = names_.find(user);
+    if (known != names_.end()) return known->second;
+  }
+  std::string number = std::to_string(user);
+  const auto found = std::make_shared<std::optional<std::string>>();
+  const auto outcome =
+      looks_.run(number, [found, user] { *found = nameInDatabase(static_cast<uid_t>(user)); });
+  if (outcome != BoundedOutcome::finished) return number;
+  const auto& name = *found;
+  std::string shown = name ? printableText(*name, "<> ") : std::move(number);
+  const std::scoped_lock lock(mutex_);
   if (names_.size() >= kMostNames) names_.clear();
-  const auto found = nameInDatabase(user);
-  std::string shown = found ? printableText(*found, "<> ") : std::to_string(user);
-  return names_.emplace(user, std::move(shown)).first->second;
+  names_.insert_or_assign(user, shown);
+  return shown;
 }
 
 }  // namespace tarvel
