@@ -434,6 +434,43 @@ TEST(LinuxSMC, ShowsWhatIsOffAsOff) {
   EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "0", "0.00"));
 }
 
+// Drivers whose readings differ from others in form: what their files say, and what is shown.
+TEST(LinuxSMC, KnowsTheLabelsOfDrivers) {
+  const struct {
+    const char* chip;
+    Lines files, shown;
+  } drivers[] = {
+      {"xe",
+       {"temp2_label", "pkg",           "temp2_input",   "51000",         "temp3_label",
+        "vram",        "temp3_input",   "62000",         "in1_label",     "pkg",
+        "in1_input",   "900",           "energy1_label", "card",          "energy1_input",
+        "7000000",     "energy2_label", "pkg",           "energy2_input", "5000000"},
+       {"= temperature\tGPU Diode=51", "= temperature\tGPU VRAM=62", "= voltage\tGPU Core=0.90",
+        "= power\tGPU Pack Total=20.00"}},
+      {"i915",
+       {"in0_input", "800", "energy1_input", "7000000", "fan1_input", "1100"},
+       {"= fan\tGPUFan=1100 0 0", "= voltage\tGPU Core=0.80", "= power\tGPU Pack Total=20.00"}},
+      {"package_thermal", {"temp1_input", "48000"}, {"= temperature\tCPU Diode=48"}},
+      {"GPU-therm", {"temp1_input", "47000"}, {"= temperature\tGPU PECI=47"}},
+      {"nct6683",
+       {"in1_label", "VCC", "in1_input", "3344", "in2_label", "VSB", "in2_input", "3376",
+        "in3_label", "VBAT", "in3_input", "3100", "in4_label", "VIN4", "in4_input", "700"},
+       {"= voltage\tCMOS Battery=3.10", "= voltage\tMain 3.3V=3.34", "= voltage\tStandby 3V=3.38"}},
+      {"nct6687",
+       {"in0_label", "+12V", "in0_input", "12096", "in1_label", "+5V", "in1_input", "5060",
+        "fan1_label", "CPU Fan", "fan1_input", "900", "fan2_label", "Pump Fan", "fan2_input", "0"},
+       {"= fan\tCPUFan=900 0 0", "= voltage\tMain 12V=12.10", "= voltage\tMain 5V=5.06"}},
+  };
+  for (const auto& driver : drivers) {
+    Machine machine;
+    machine.chip("0", driver.chip, driver.files);
+    machine.whileAsleep = [&] {  // a tenth of a second
+      machine.set("0", "energy1_input", "9000000");
+    };
+    EXPECT_EQ(machine.cycle(), driver.shown) << driver.chip;
+  }
+}
+
 TEST(LinuxSMC, FindsACoreThatComesBack) {
   Machine machine;
   machine.sys.write("devices/system/cpu/online", "0-1\n");

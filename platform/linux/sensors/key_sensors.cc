@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
-#include <set>
 #include <string_view>
 #include <utility>
 
@@ -87,7 +86,7 @@ class Mapper {
       for (const auto& input : chips_[chip].inputs) {
         if (input.kind != "temp" || input.label.size() != 4) continue;
         sensors_.lists[addList(input.label)].push_back(
-            KeyCandidate{Quantity::temperature, {refer(chip, input.file)}, {}});
+            KeyCandidate{Quantity::temperature, {refer(chip, input.file)}, {}, nullptr});
       }
     }
   }
@@ -100,22 +99,20 @@ class Mapper {
   }
 
   void addRow(const SensorRow& row) {
-    std::vector<std::size_t> matching;
     KeyList found;
     for (std::size_t chip = 0; chip < chips_.size(); ++chip) {
-      if (!matchesPattern(row.chip, chips_[chip].name) || given_[row.keys].contains(chip)) continue;
+      if (!matchesPattern(row.chip, chips_[chip].name)) continue;
       for (const auto* input : inputsOf(row, chips_[chip])) {
-        matching.push_back(chip);
-        found.push_back(KeyCandidate{quantityOf(input->kind), {refer(chip, input->file)}, {}});
+        found.push_back(
+            KeyCandidate{quantityOf(input->kind), {refer(chip, input->file)}, {}, &row});
         if (row.several == Several::whichWorks) found.back().flow = flowOf(chip);
       }
     }
     if (found.empty()) return;
-    given_[row.keys].insert(matching.begin(), matching.end());
+    if (row.several == Several::added) found = {sumOf(found)};
     const auto known = lists_.find(row.keys);
     const auto number = known != lists_.end() ? known->second : addList(row.keys);
     lists_[row.keys] = number;
-    if (row.several == Several::added) found = {sumOf(found)};
     auto& list = sensors_.lists[number];
     list.insert(list.end(), found.begin(), found.end());
   }
@@ -129,7 +126,8 @@ class Mapper {
   }
 
   static KeyCandidate sumOf(const KeyList& candidates) {
-    KeyCandidate sum{candidates.front().quantity, {}, {}};
+    KeyCandidate sum = candidates.front();
+    sum.parts.clear();
     for (const auto& candidate : candidates) sum.parts.push_back(candidate.parts.front());
     return sum;
   }
@@ -168,9 +166,8 @@ class Mapper {
   const std::vector<Chip>& chips_;
   bool rawController_ = false;
   bool controller_ = false;
-  std::vector<std::vector<SensorFile>> files_;               // of each chip
-  std::map<std::string_view, std::size_t> lists_;            // by the keys of their rows
-  std::map<std::string_view, std::set<std::size_t>> given_;  // the chips that stand in each
+  std::vector<std::vector<SensorFile>> files_;     // of each chip
+  std::map<std::string_view, std::size_t> lists_;  // by the keys of their rows
   std::vector<FanLabel> fanLabels_;
   KeySensors sensors_;
 };

@@ -10,6 +10,7 @@
 #include "platform/linux/sensors/controller_value.h"
 #include "platform/linux/sensors/file_sensors.h"
 #include "platform/linux/sensors/sensor_chips.h"
+#include "platform/linux/sensors/sensor_map.h"
 
 // Which files of a machine answer for which key of the controller.
 
@@ -27,7 +28,13 @@ struct SensorRef {
 struct KeyCandidate {
   Quantity quantity = Quantity::temperature;
   std::vector<SensorRef> parts;
-  std::vector<SensorRef> flow;  // where it is 0, another candidate of the list is better
+  std::vector<SensorRef> flow;     // where it is 0, another candidate of the list is better
+  const SensorRow* row = nullptr;  // of the map; null: its label is its key
+
+  // Whether both are readings of one chip by different rows, so that one of them is enough.
+  bool isAlternativeTo(const KeyCandidate& other) const {
+    return row != other.row && parts.front().device == other.parts.front().device;
+  }
 };
 
 // Sensors of one kind in their order. The first that has answered counts for the list's first key,

@@ -230,15 +230,19 @@ std::optional<ControllerValue> LinuxAppleSMC::mappedValue(std::uint32_t key) {
 std::optional<ControllerValue> LinuxAppleSMC::valueAt(const KeyPlace& place) {
   std::optional<ControllerValue> idle;
   std::size_t before = place.place;
-  for (const auto& candidate : sensors_.lists[place.list]) {
-    const auto number = reading(candidate.parts);
-    if (!number) continue;
+  const KeyList& list = sensors_.lists[place.list];
+  for (auto candidate = list.begin(); candidate != list.end(); ++candidate) {
+    const auto number = reading(candidate->parts);
+    const bool isServed = std::any_of(list.begin(), candidate, [&](const KeyCandidate& earlier) {
+      return candidate->isAlternativeTo(earlier) && reading(earlier.parts);
+    });
+    if (!number || isServed) continue;
     if (before > 0) {
       --before;
       continue;
     }
-    auto value = encodedReading(*number, candidate.quantity);
-    if (candidate.flow.empty() || reading(candidate.flow).value_or(0) != 0) return value;
+    auto value = encodedReading(*number, candidate->quantity);
+    if (candidate->flow.empty() || reading(candidate->flow).value_or(0) != 0) return value;
     if (!idle) idle = value;
   }
   return idle;

@@ -29,7 +29,7 @@ std::optional<std::pair<std::string, int>> inputOfFile(std::string_view name) {
   const auto kind = name.substr(0, digits);
   const auto what = name.substr(bar);
   if (what != "_input" && !(what == "_average" && kind == "power")) return std::nullopt;
-  constexpr std::string_view kinds[] = {"temp", "in", "curr", "power", "fan"};
+  constexpr std::string_view kinds[] = {"temp", "in", "curr", "power", "energy", "fan"};
   if (std::ranges::find(kinds, kind) == std::end(kinds)) return std::nullopt;
   const auto number = leadingInteger(name.substr(digits, bar - digits));
   return std::pair(std::string(kind), static_cast<int>(number.value_or(0)));
@@ -40,7 +40,11 @@ SensorFile sensorFile(const std::string& chip, const std::string& path, std::str
   file.unitsPerOne = kind == "fan" ? 1 : kind == "power" ? kMicro : kMilli;
   // A controller's place without a sensor reads -127 or -128 degrees.
   if (chip == "applesmc" && kind == "temp") file.lowest = -126'999;
-  file.isZeroAsleep = kind == "fan" || kind == "power" || kind == "curr";
+  file.isZeroAsleep = kind != "temp" && kind != "in";
+  if (kind == "energy") {
+    file.lowest = 0;
+    file.energyRange = std::numeric_limits<std::int64_t>::max();
+  }
   if (kind == "fan") file.highest = std::numeric_limits<std::uint16_t>::max() - 1;  // that: none
   if (chip == "power_meter") file.highest = 4'294'967'294'999;  // the next means none
   return file;

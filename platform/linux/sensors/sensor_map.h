@@ -23,10 +23,11 @@ enum class Several {
 // is one file ("in3") or, with a label, any of its kind ("temp").
 //
 // Rows of the same keys make one list, in the order of the rows; within a row the order is that of
-// the devices' paths, then of the number behind the "*" of a label. A chip that an earlier row of
-// the list has found is not taken again: its rows are alternatives. The keys, separated by blanks,
-// are given to those sensors of the list one by one that have answered; further ones are left out.
-// Where several lists hold a key, the first that has a sensor for it counts.
+// the devices' paths, then of the number behind the "*" of a label. Several rows
+// that find something on one chip are alternatives, of which the first that answers counts. The
+// keys, separated by blanks, are given to those sensors of the list one by one that have answered;
+// further ones are left out. Where several lists hold a key, the first that has a sensor for it
+// counts.
 struct SensorRow {
   std::string_view chip;
   std::string_view input;
@@ -56,13 +57,27 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"zenpower", "in", "SVI2_Core", "VC0C"},
     {"zenpower", "curr", "SVI2_C_Core", "IC0C"},
     {"zenpower", "power", "SVI2_P_Core", "PC0C"},
-    {"cpu_thermal|cpu-thermal|cpu|soc_thermal|soc-thermal", "temp1", "", "TC0D"},
-    {"gpu_thermal|gpu-thermal|gpu", "temp1", "", "TG0D"},
+    // Zones of systems on a chip, as their device trees name them; hwmon writes "_" for "-".
+    {"package_thermal|package-thermal", "temp1", "", "TC0D"},
+    {"cpu_thermal|cpu-thermal|cpu|CPU-therm|cpu0_thermal|cpu0-thermal|cpu-thermal0", "temp1", "",
+     "TC0D"},
+    {"soc_thermal|soc-thermal|imx_thermal_zone|bigcore0_thermal|bigcore0-thermal", "temp1", "",
+     "TC0D"},
+    {"gpu_thermal|gpu-thermal|gpu|GPU-therm|gpu0_thermal|gpu0-thermal|gpu-thermal0", "temp1", "",
+     "TG0D"},
     {"pch_*", "temp1", "", "TPCD"},
     {"amdgpu|amdgpu integrated|radeon|nouveau", "temp1", "", "TGDD TG1p TG2p TG3p"},
+    {"xe", "temp", "pkg", "TGDD TG1p TG2p TG3p"},
+    {"i915", "temp1", "", "TGDD TG1p TG2p TG3p"},
     {"amdgpu|amdgpu integrated", "temp", "mem", "TGVP"},
+    {"xe", "temp", "vram", "TGVP"},
     {"amdgpu|amdgpu integrated", "in", "vddgfx", "VG0C"},
+    {"xe", "in", "pkg", "VG0C"},
+    {"i915", "in0", "", "VG0C"},
     {"amdgpu", "power", "PPT", "PGTR"},
+    {"xe", "energy", "card", "PGTR"},
+    {"xe", "energy", "pkg", "PGTR"},
+    {"i915", "energy1", "", "PGTR"},
     {"iwlwifi*", "temp1", "", "TW0P"},
     {"nvme", "temp", "Composite", "TH0A TH0B TH0C TH1A TH1B TH1C"},
     {"spd5118|jc42", "temp1", "", "TM0S TM1S TM8S TM9S"},
@@ -98,6 +113,12 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"nct677*|nct679*|nct610*|nct611*", "in3", "", "VR3R"},
     {"nct677*|nct679*|nct610*|nct611*", "in7", "", "VV3S"},
     {"nct677*|nct679*|nct610*|nct611*", "in8", "", "Vb0R"},
+    {"nct6683|nct6686|nct6687", "in", "VCC|+3.3V", "VR3R"},
+    {"nct6683|nct6686|nct6687", "in", "VSB|3VSB", "VV3S"},
+    {"nct6683|nct6686|nct6687", "in", "VBAT|VBat", "Vb0R"},
+    {"nct6687", "in", "+12V", "VV9S"},
+    {"nct6687", "in", "+5V", "VV1S"},
+    {"nct6687", "in", "CPU Vcore", "VC0C"},
     {"it8*", "in", "+5V", "VV1S"},
     {"it8*", "in", "5VSB", "VV8S"},
     {"it8*", "in", "3VSB", "VV3S"},
