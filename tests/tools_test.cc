@@ -10,6 +10,7 @@
 #include "programs/tools/findings.h"
 #include "programs/tools/machine_record.h"
 #include "programs/tools/record.h"
+#include "programs/tools/shown_sensors.h"
 #include "smart/ata_data.h"
 #include "tests/fake_ata.h"
 #include "tests/temporary_home.h"
@@ -149,6 +150,16 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   }
   tree.write("sys/devices/sdb/hwmon/hwmon1/name", "drivetemp\n");
   tree.write("sys/devices/sdb/hwmon/hwmon1/temp1_input", "30000\n");
+  tree.write("sys/devices/wifi/name", "iwlwifi_1\n");
+  tree.write("sys/devices/wifi/temp1_input", "38000\n");
+  tree.link("sys/class/hwmon/hwmon1", "../../devices/wifi");
+  tree.write("sys/devices/nvme/name", "nvme\n");
+  tree.write("sys/devices/nvme/temp1_label", "Composite\n");
+  tree.write("sys/devices/nvme/temp1_input", "29000\n");
+  tree.write("sys/devices/nvme/device/model", "QUICK 1TB   \n");
+  tree.write("sys/devices/wifi/fan1_input", "900\n");
+  tree.link("sys/class/hwmon/hwmon2", "../../devices/nvme");
+  tree.write("sys/devices/sdb/model", "ROUND 8TB\n");
   KeptLog log;
   MachineRoots roots;
   roots.sys = tree.path("sys");
@@ -156,12 +167,27 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   std::map<std::string, Finding> found;
   for (auto& finding : machineFindings(log, roots)) found[finding.subject] = finding;
   EXPECT_EQ(found["controller"].details["source"], "mapped");
-  EXPECT_EQ(found["temperatures"].details["count"], 1);
-  EXPECT_EQ(found["fans"].state, State::missing);
+  EXPECT_EQ(found["temperatures"].details["count"], 3);
+  EXPECT_EQ(found["voltages"].state, State::missing);
   EXPECT_EQ(found["disk sda"].state, State::missing);  // there is no device file
   EXPECT_EQ(found["disk sda"].step, "sudo modprobe drivetemp");
   EXPECT_EQ(found["disk sdb"].details["drivetemp"], true);
   EXPECT_EQ(found["disk sdb"].state, State::missing);  // the kernel does not show its identity
+
+  std::string sources;
+  for (const auto& [panel, name, source] : shownSensors(roots.sys, roots.disks)) {
+    sources += std::string(panel) + "|" + name + "|" + source.key + "|" + source.chip + "|" +
+               source.label + "|" + source.file.substr(roots.sys.size() - 4) + "|" + source.model +
+               "\n";
+  }
+  EXPECT_EQ(
+      sources,
+      "temperatures|CPU PECI|TCXC|coretemp|Package id 0|/sys/devices/chip/temp1_input|\n"
+      "temperatures|SSD Proximity|TH0A|nvme|Composite|/sys/devices/nvme/temp1_input|QUICK 1TB\n"
+      "temperatures|Airport Proximity|TW0P|iwlwifi_1|temp1|/sys/devices/wifi/temp1_input|\n"
+      "temperatures|HDD||S.M.A.R.T.|sda|/dev/sda|\n"
+      "temperatures|HDD||drivetemp|sdb|/sys/devices/sdb/hwmon/hwmon1/temp1_input|ROUND 8TB\n"
+      "fans|Fan1|F0Ac|iwlwifi_1|fan1|/sys/devices/wifi/fan1_input|\n");
 }
 
 }  // namespace

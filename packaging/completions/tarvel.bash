@@ -11,7 +11,7 @@ _tarvel() {
     request) words='updates uninstall clear-sensors' ;;
     defaults)
       if [ "$COMP_CWORD" -eq 2 ]; then words='read write delete'; else words="$readings Panels --json --raw --data"; fi ;;
-    doctor) words='--json --help' ;;
+    doctor) words='--json --sensors --help' ;;
     record) words='--cycles --help' ;;
     export) words='--textfile --listen --help' ;;
     *) [ "$COMP_CWORD" -ne 1 ] || words='watch panels show flag request defaults doctor record export --help --version' ;;

@@ -188,9 +188,15 @@ void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
 void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
   auto* doctor = app.add_subcommand("doctor", "Check sensors, permissions and setup");
   doctor->add_flag("--json", arguments.json, "print JSON");
-  doctor->callback([&] {
-    command = [&](DefaultsStore&) -> int {
-      becomeTools(arguments.json ? Words{"doctor", "--json"} : Words{"doctor"});
+  auto* sensors = doctor->add_flag("--sensors");
+  sensors->description("list every sensor with the place it comes from");
+  doctor->callback([&, sensors] {
+    const bool lists = sensors->count() > 0;
+    command = [&, lists](DefaultsStore&) -> int {
+      Words words = {"doctor"};
+      if (arguments.json) words.emplace_back("--json");
+      if (lists) words.emplace_back("--sensors");
+      becomeTools(words);
     };
   });
 }

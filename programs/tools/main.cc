@@ -11,6 +11,7 @@
 #include "programs/tarvel/output.h"
 #include "programs/tools/findings.h"
 #include "programs/tools/record.h"
+#include "programs/tools/sensor_listing.h"
 
 // `tarvel-tools`: the commands of tarvel that need the real machine. `tarvel` runs it, so that it
 // needs nothing of this itself.
@@ -22,6 +23,11 @@ using namespace tarvel;
 int complain(int status, const std::string& text) {
   std::fprintf(stderr, "tarvel: %s\n", text.c_str());
   return status;
+}
+
+int listSensors(bool json) {
+  const auto sensors = tools::shownSensors();
+  return viewer::printOut(json ? viewer::oneLine(jsonOf(sensors)) : textOf(sensors));
 }
 
 int examine(bool json) {
@@ -37,6 +43,8 @@ int parseAndRun(int argc, char** argv) {
   bool json = false;
   auto* doctor = app.add_subcommand("doctor", "Tell what this machine offers");
   doctor->add_flag("--json", json, "print JSON");
+  bool sensors = false;
+  doctor->add_flag("--sensors", sensors, "list every sensor with its source");
   std::string file;
   std::size_t cycles = 1;
   auto* recording = app.add_subcommand("record", "Record this machine");
@@ -50,7 +58,8 @@ int parseAndRun(int argc, char** argv) {
     return complain(viewer::kUsage, std::string("arguments: ") + error.what());
   }
   try {
-    return recording->parsed() ? tools::record(file, cycles) : examine(json);
+    if (recording->parsed()) return tools::record(file, cycles);
+    return sensors ? listSensors(json) : examine(json);
   } catch (const viewer::CommandError& error) {
     return complain(error.status, error.what());
   }

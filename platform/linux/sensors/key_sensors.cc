@@ -172,10 +172,46 @@ class Mapper {
   KeySensors sensors_;
 };
 
+const KeyCandidate* candidateAt(const KeyList& list, std::size_t place,
+                                const ReadingOf& readingOf) {
+  const KeyCandidate* idle = nullptr;
+  for (auto candidate = list.begin(); candidate != list.end(); ++candidate) {
+    const bool isServed = std::any_of(list.begin(), candidate, [&](const KeyCandidate& earlier) {
+      return candidate->isAlternativeTo(earlier) && readingOf(earlier.parts);
+    });
+    if (!readingOf(candidate->parts) || isServed) continue;
+    if (place > 0) {
+      --place;
+      continue;
+    }
+    const bool works = candidate->flow.empty() || readingOf(candidate->flow).value_or(0) != 0;
+    if (works) return &*candidate;
+    if (idle == nullptr) idle = &*candidate;
+  }
+  return idle;
+}
+
 }  // namespace
 
 KeySensors mapChips(const std::vector<Chip>& chips, bool rawController, const SensorClock& clock) {
   return Mapper(chips, rawController).map(clock);
+}
+
+const KeyCandidate* chosenCandidate(const KeySensors& sensors, std::uint32_t key,
+                                    const ReadingOf& readingOf) {
+  const auto places = sensors.places.find(key);
+  if (places == sensors.places.end()) return nullptr;
+  for (const auto& [list, place] : places->second) {
+    const auto* candidate = candidateAt(sensors.lists[list], place, readingOf);
+    if (candidate != nullptr) return candidate;
+  }
+  return nullptr;
+}
+
+bool isThere(const KeySensors& sensors, const FanSensors& fan) {
+  const auto& device = *sensors.devices[fan.input.device];
+  return fan.mayBeUnused ? device.everPositive(fan.input.sensor)
+                         : device.reading(fan.input.sensor).has_value();
 }
 
 }  // namespace tarvel

@@ -2,8 +2,10 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,6 +64,17 @@ struct KeySensors {
 
   bool empty() const { return places.empty() && fans.empty(); }
 };
+
+// What several sensors read together; none where none of them ever answered.
+using ReadingOf = std::function<std::optional<double>(const std::vector<SensorRef>&)>;
+
+// What stands for a key now; null where nothing does. Asks for the readings of whatever comes into
+// question.
+const KeyCandidate* chosenCandidate(const KeySensors& sensors, std::uint32_t key,
+                                    const ReadingOf& readingOf);
+
+// Whether a fan is there, by what it read so far.
+bool isThere(const KeySensors& sensors, const FanSensors& fan);
 
 // The sensors of the chips that have a key. `rawController`: a controller is read by another way;
 // its labelled values are left out, as well as what it makes superfluous.

@@ -71,7 +71,6 @@ class LinuxAppleSMC : public AppleSMC {
   std::optional<ControllerValue> value(std::uint32_t key);
   std::optional<ControllerValue> rawValue(std::uint32_t key);
   std::optional<ControllerValue> mappedValue(std::uint32_t key);
-  std::optional<ControllerValue> valueAt(const KeyPlace& place);
   std::optional<ControllerValue> fanValue(std::string_view key);
   std::vector<const FanSensors*> turningFans();
   std::optional<double> reading(const std::vector<SensorRef>& parts);
@@ -219,33 +218,10 @@ std::optional<ControllerValue> LinuxAppleSMC::rawValue(std::uint32_t key) {
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::mappedValue(std::uint32_t key) {
-  const auto places = sensors_.places.find(key);
-  if (places == sensors_.places.end()) return std::nullopt;
-  for (const auto& place : places->second) {
-    if (auto value = valueAt(place)) return value;
-  }
-  return std::nullopt;
-}
-
-std::optional<ControllerValue> LinuxAppleSMC::valueAt(const KeyPlace& place) {
-  std::optional<ControllerValue> idle;
-  std::size_t before = place.place;
-  const KeyList& list = sensors_.lists[place.list];
-  for (auto candidate = list.begin(); candidate != list.end(); ++candidate) {
-    const auto number = reading(candidate->parts);
-    const bool isServed = std::any_of(list.begin(), candidate, [&](const KeyCandidate& earlier) {
-      return candidate->isAlternativeTo(earlier) && reading(earlier.parts);
-    });
-    if (!number || isServed) continue;
-    if (before > 0) {
-      --before;
-      continue;
-    }
-    auto value = encodedReading(*number, candidate->quantity);
-    if (candidate->flow.empty() || reading(candidate->flow).value_or(0) != 0) return value;
-    if (!idle) idle = value;
-  }
-  return idle;
+  const auto readingOf = [this](const std::vector<SensorRef>& parts) { return reading(parts); };
+  const auto* candidate = chosenCandidate(sensors_, key, readingOf);
+  if (candidate == nullptr) return std::nullopt;
+  return encodedReading(reading(candidate->parts).value_or(0), candidate->quantity);
 }
 
 std::optional<ControllerValue> LinuxAppleSMC::fanValue(std::string_view key) {
@@ -273,10 +249,7 @@ std::vector<const FanSensors*> LinuxAppleSMC::turningFans() {
   ensureRead(inputs);
   std::vector<const FanSensors*> turning;
   for (const auto& fan : sensors_.fans) {
-    const auto& device = *sensors_.devices[fan.input.device];
-    const bool there = fan.mayBeUnused ? device.everPositive(fan.input.sensor)
-                                       : device.reading(fan.input.sensor).has_value();
-    if (there && turning.size() < kMostFans) turning.push_back(&fan);
+    if (isThere(sensors_, fan) && turning.size() < kMostFans) turning.push_back(&fan);
   }
   return turning;
 }
