@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/process_rights.h"
 #include "platform/recorded/machine.h"
 #include "platform/recorded/recorded_platform.h"
 #include "programs/tools/findings.h"
@@ -160,8 +161,12 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   tree.write("sys/devices/wifi/fan1_input", "900\n");
   tree.link("sys/class/hwmon/hwmon2", "../../devices/nvme");
   tree.write("sys/devices/sdb/model", "ROUND 8TB\n");
+  tree.write("sys/class/powercap/intel-rapl:0/max_energy_range_uj", "262143328850\n");
+  tree.write("dev/sda", "");
+  tree.write("systemd/multi-user.target.wants/smartmontools.service", "");
   KeptLog log;
   MachineRoots roots;
+  roots.systemd = tree.path("systemd");
   roots.sys = tree.path("sys");
   roots.disks = {tree.path("sys"), tree.path("udev"), tree.path("dev")};
   std::map<std::string, Finding> found;
@@ -169,8 +174,10 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   EXPECT_EQ(found["controller"].details["source"], "mapped");
   EXPECT_EQ(found["temperatures"].details["count"], 3);
   EXPECT_EQ(found["voltages"].state, State::missing);
-  EXPECT_EQ(found["disk sda"].state, State::missing);  // there is no device file
-  EXPECT_EQ(found["disk sda"].step, "sudo modprobe drivetemp");
+  EXPECT_EQ(found["disk sda"].state, State::missing);
+  EXPECT_TRUE(found["disk sda"].step.starts_with("sudo modprobe drivetemp"));
+  EXPECT_EQ(found["disk sda"].found.find("smartd") != std::string::npos, mayPassCommands());
+  EXPECT_NE(found["powers"].step.find("tarvel-helper@USER.service"), std::string::npos);
   EXPECT_EQ(found["disk sdb"].details["drivetemp"], true);
   EXPECT_EQ(found["disk sdb"].state, State::missing);  // the kernel does not show its identity
 

@@ -17,6 +17,7 @@ namespace tarvel::tools {
 struct MachineRoots {
   std::string sys = "/sys";
   AtaDiskRoots disks;
+  std::string systemd = "/etc/systemd/system";  // where enabled units are linked
 };
 
 // The controller, the sensors by kind, the disks one by one, icons and applications.

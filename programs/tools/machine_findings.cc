@@ -22,6 +22,16 @@ namespace {
 constexpr const char* kGenericIcon = "application-x-executable";
 constexpr std::size_t kIdentifyLength = 512;
 
+// CVE-2020-8694: from the energy of instructions others' secrets can be told.
+constexpr const char* kClosedCounters =
+    "the energy counters are root's alone, since they betray what other programs compute; where "
+    "all "
+    "who use the machine are trusted, an administrator may start tarvel-helper@USER.service";
+constexpr const char* kRawReading =
+    "sudo modprobe drivetemp: commands from here switch the disk's S.M.A.R.T. on, read, and leave "
+    "it "
+    "switched off, also for other monitors";
+
 bool isVirtualMachine() {
   std::ifstream file("/proc/cpuinfo");
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
@@ -118,8 +128,7 @@ Findings kindFindings(const std::vector<Chip>& chips, const Counts& counts) {
   const bool any = !chips.empty();
   const std::string board = any ? "sudo sensors-detect finds the board's own driver" : "";
   const std::string processor = any ? "sudo modprobe coretemp (Intel) or k10temp (AMD)" : "";
-  const std::string power =
-      hasClosedEnergyCounter(chips) ? "sudo chmod a+r /sys/class/powercap/*/energy_uj" : board;
+  const std::string power = hasClosedEnergyCounter(chips) ? kClosedCounters : board;
   return {kindFinding("temperatures", counts.temperatures, processor),
           kindFinding("fans", counts.fans, board), kindFinding("voltages", counts.voltages, board),
           kindFinding("currents", counts.currents, board),
@@ -135,7 +144,29 @@ Finding watchedDisk(Finding finding, const AtaDisk& disk) {
   return finding;
 }
 
-Finding diskFinding(const AtaDisk& disk, const AtaDiskRoots& roots) {
+// Whether smartd, which needs S.M.A.R.T. to stay on, starts with the machine.
+bool isSmartdEnabled(const std::string& systemd) {
+  for (const char* unit : {"smartmontools.service", "smartd.service"}) {
+    const std::string link = systemd + "/multi-user.target.wants/" + unit;
+    if (::access(link.c_str(), F_OK) == 0) return true;
+  }
+  return false;
+}
+
+// A disk that this user's helper reads by commands.
+Finding commandedDisk(Finding finding, const MachineRoots& roots) {
+  const bool conflicts = isSmartdEnabled(roots.systemd);
+  finding.found = "by commands to the disk, which this user may send";
+  finding.step = kRawReading;
+  finding.details["smartd"] = conflicts;
+  if (!conflicts) return finding;
+  finding.state = State::missing;
+  finding.found += "; smartd, which is enabled, then finds S.M.A.R.T. switched off";
+  return finding;
+}
+
+Finding diskFinding(const AtaDisk& disk, const MachineRoots& machine) {
+  const AtaDiskRoots& roots = machine.disks;
   const bool watched = !drivetempFile(disk).empty();
   const bool node = ::access((roots.dev + "/" + disk.name).c_str(), R_OK) == 0;
   const bool commands = mayPassCommands();
@@ -147,8 +178,7 @@ Finding diskFinding(const AtaDisk& disk, const AtaDiskRoots& roots) {
                      {"mayPassCommands", commands},
                      {"suspended", isSuspended(disk)}};
   if (watched) return watchedDisk(std::move(finding), disk);
-  finding.found = "by commands to the disk, which this user may send";
-  if (node && commands) return finding;
+  if (node && commands) return commandedDisk(std::move(finding), machine);
   finding.state = State::missing;
   finding.found = node ? "not readable: commands to a disk take CAP_SYS_RAWIO"
                        : "not readable: its device file is closed to this user";
@@ -156,9 +186,9 @@ Finding diskFinding(const AtaDisk& disk, const AtaDiskRoots& roots) {
   return finding;
 }
 
-Findings diskFindings(const AtaDiskRoots& roots) {
+Findings diskFindings(const MachineRoots& roots) {
   Findings findings;
-  for (const auto& disk : listAtaDisks(roots)) findings.push_back(diskFinding(disk, roots));
+  for (const auto& disk : listAtaDisks(roots.disks)) findings.push_back(diskFinding(disk, roots));
   if (findings.empty()) {
     findings.push_back({"disks", State::note, "no ATA disk (NVMe disks are sensor chips)", ""});
   }
@@ -204,7 +234,7 @@ Findings machineFindings(SystemLog& log, const MachineRoots& roots) {
   const auto scan = scanSensors(roots.sys, openKeyAtIndex);
   Findings findings = {controllerFinding(scan), chipFinding(scan.chips)};
   append(findings, kindFindings(scan.chips, countSensors(log, roots.sys)));
-  append(findings, diskFindings(roots.disks));
+  append(findings, diskFindings(roots));
   const auto folders = dataFolders();
   findings.push_back(iconFinding(folders));
   findings.push_back(entryFinding(folders));
