@@ -1,8 +1,11 @@
 #include <array>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -18,8 +21,11 @@
 #include "platform/host/files/file_descriptor.h"
 #include "platform/linux/sensors/energy_meter.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
+#include "platform/linux/sensors/sensor_map.h"
+#include "sensors/electrical_keys.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
+#include "sensors/temperature_keys.h"
 #include "sensors/voltage_sensors.h"
 #include "smc/smc_wrapper.h"
 #include "tests/fake_ata.h"
@@ -517,6 +523,51 @@ TEST(LinuxSMC, WaitsOnceForADeviceThatHangs) {
   Lines lines;
   for (int i = 0; i < 1000 && lines != all; ++i) lines = machine.cycle();
   EXPECT_EQ(lines, all);
+}
+
+// The table of docs/sensors.md, from the map: "TARVEL_WRITE_DOCS=1" writes it.
+TEST(SensorMap, StandsInTheDocument) {
+  const auto listed = [](std::string_view pattern) {
+    std::string text(pattern);
+    for (auto bar = text.find('|'); bar != text.npos; bar = text.find('|')) {
+      text.replace(bar, 1, ", ");
+    }
+    return text;
+  };
+  std::string table = "| chip | input | label | key | shown as |\n|---|---|---|---|---|\n";
+  std::map<std::string, std::string> keyOfName;
+  for (const auto& row : kSensorRows) {
+    std::string names;
+    std::istringstream keys{std::string(row.keys)};
+    for (std::string key; keys >> key;) {
+      std::string name;
+      for (const SensorNames kind : {SensorNames(kTemperatures), SensorNames(kVoltages),
+                                     SensorNames(kCurrents), SensorNames(kPowers)}) {
+        if (const auto display = displayName(kind, key)) name = *display;
+      }
+      EXPECT_FALSE(name.empty()) << key;
+      if (name == "CPU Core" && key[0] == 'T') name += " n";
+      // Readings of one name would be merged into one.
+      const auto& first = keyOfName.emplace(key[0] + name, key).first->second;
+      EXPECT_TRUE(first == key || name == "CPU Core n") << key << " " << first << " " << name;
+      if (!names.ends_with(name)) names += (names.empty() ? "" : ", ") + name;
+    }
+    table += "| " + listed(row.chip) + " | " + std::string(row.input) + " | " + listed(row.label) +
+             " | " + std::string(row.keys) + " | " + names + " |\n";
+  }
+  const std::filesystem::path path =
+      std::filesystem::path(TARVEL_FIXTURES) / "../../docs/sensors.md";
+  std::ifstream file(path);
+  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  file.close();
+  const auto begin = text.find("| chip |");
+  const auto end = text.find("\n\n", begin) + 1;
+  ASSERT_NE(begin, text.npos);
+  if (std::getenv("TARVEL_WRITE_DOCS") != nullptr) {
+    std::ofstream(path) << text.substr(0, begin) << table << text.substr(end);
+  } else {
+    EXPECT_EQ(text.substr(begin, end - begin), table);
+  }
 }
 
 // A device that takes its time, and tells how often it was published.
