@@ -477,6 +477,26 @@ TEST(LinuxSMC, KnowsTheLabelsOfDrivers) {
   }
 }
 
+TEST(LinuxSMC, AsksTheLibraryOfCardsThatAreAwake) {
+  Machine machine;
+  machine.options.nvidia = {machine.sys.path("nvidia"), TARVEL_FAKE_NVIDIA};
+  machine.sys.write("nvidia/0000:01:00.0/information", "");
+  machine.sys.write("nvidia/0000:02:00.0/information", "");  // the library does not know it
+  machine.sys.write("bus/pci/devices/0000:02:00.0/power/runtime_status", "active\n");
+  const auto status = [&](const char* text) {
+    machine.sys.write("bus/pci/devices/0000:01:00.0/power/runtime_status", text);
+  };
+  status("suspended\n");
+  EXPECT_EQ(machine.cycle(), Lines({"= fan\tGPUFan=0 0 0", "= power\tGPU Pack Total=0.00"}));
+  status("active\n");
+  const Lines awake = {"= temperature\tGPU Diode=55", "= fan\tGPUFan=1800 0 0",
+                       "= power\tGPU Pack Total=42.00"};
+  EXPECT_EQ(machine.cycle(), awake);
+  Machine without;
+  without.options.nvidia = {machine.sys.path("nvidia"), "libof-no-driver.so"};
+  EXPECT_TRUE(without.cycle().empty());
+}
+
 TEST(LinuxSMC, FindsACoreThatComesBack) {
   Machine machine;
   machine.sys.write("devices/system/cpu/online", "0-1\n");

@@ -231,7 +231,8 @@ void append(Findings& findings, Findings more) {
 }  // namespace
 
 Findings machineFindings(SystemLog& log, const MachineRoots& roots) {
-  const auto scan = scanSensors(roots.sys, openKeyAtIndex);
+  NvidiaCards nvidia;
+  const auto scan = scanSensors(roots.sys, openKeyAtIndex, nvidia);
   Findings findings = {controllerFinding(scan), chipFinding(scan.chips)};
   append(findings, kindFindings(scan.chips, countSensors(log, roots.sys)));
   append(findings, diskFindings(roots));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 namespace tarvel {
@@ -12,7 +13,7 @@ constexpr std::chrono::milliseconds kBetweenTwoLooks{100};
 constexpr double kMillion = 1e6;
 
 std::optional<std::int64_t> numberIn(AttributeFile& file, const SensorFile& source) {
-  const auto number = file.readInteger();
+  const auto number = source.number ? source.number() : file.readInteger();
   return number && *number >= source.lowest && *number <= source.highest ? number : std::nullopt;
 }
 
@@ -23,6 +24,14 @@ bool startsWith(AttributeFile& file, std::string_view text) {
 }
 
 }  // namespace
+
+bool SensorFile::operator==(const SensorFile& other) const {
+  const auto members = [](const SensorFile& file) {
+    return std::tie(file.path, file.unitsPerOne, file.lowest, file.highest, file.energyRange,
+                    file.isZeroAsleep, file.statusFile, file.factorFile);
+  };
+  return members(*this) == members(other);
+}
 
 FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files, SensorClock clock)
     : clock_(std::move(clock)), status_(std::move(statusFile)) {

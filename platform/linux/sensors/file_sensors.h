@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -33,7 +34,10 @@ struct SensorFile {
   std::string statusFile{};
   std::string factorFile{};  // a number in millionths that the reading is multiplied by
 
-  bool operator==(const SensorFile&) const = default;
+  // Instead of the file, where set: a library tells the number, and the path only names it.
+  std::function<std::optional<std::int64_t>()> number{};
+
+  bool operator==(const SensorFile& other) const;
 };
 
 class FileSensors : public SensorDevice {

@@ -35,7 +35,8 @@ struct Scan {
 
 class LinuxAppleSMC : public AppleSMC {
  public:
-  explicit LinuxAppleSMC(LinuxSMCOptions options) : options_(std::move(options)) {}
+  explicit LinuxAppleSMC(LinuxSMCOptions options)
+      : options_(std::move(options)), nvidia_(std::make_shared<NvidiaCards>(options_.nvidia)) {}
 
   Match IOServiceGetMatchingServices(std::string_view className) override {
     if (className != "AppleSMC") return {};
@@ -75,7 +76,10 @@ class LinuxAppleSMC : public AppleSMC {
   std::vector<const FanSensors*> turningFans();
   std::optional<double> reading(const std::vector<SensorRef>& parts);
 
+  std::string currentListing() const { return chipListing(options_.root) + nvidia_->listing(); }
+
   LinuxSMCOptions options_;
+  std::shared_ptr<NvidiaCards> nvidia_;
   bool open_ = false;
   KeySensors sensors_;
   std::shared_ptr<RawController> controller_;
@@ -120,14 +124,15 @@ std::uint32_t LinuxAppleSMC::IOConnectCallStructMethod(Connection connection,
 }
 
 void LinuxAppleSMC::startScan() {
-  listing_ = chipListing(options_.root);
+  listing_ = currentListing();
   const auto scan = std::make_shared<Scan>();
-  const auto outcome = runBounded("sensor scan", kScanLimit, [scan, options = options_] {
-    auto found = scanSensors(options.root, options.openController);
-    const std::scoped_lock lock(scan->mutex);
-    scan->found = std::move(found);
-    scan->done = true;
-  });
+  const auto outcome =
+      runBounded("sensor scan", kScanLimit, [scan, options = options_, nvidia = nvidia_] {
+        auto found = scanSensors(options.root, options.openController, *nvidia);
+        const std::scoped_lock lock(scan->mutex);
+        scan->found = std::move(found);
+        scan->done = true;
+      });
   if (outcome == BoundedOutcome::notStarted) {
     listing_.clear();  // to be tried again
     return;
@@ -160,7 +165,7 @@ void LinuxAppleSMC::beginCycle() {
   });
   if (scan_) {
     adoptScan();
-  } else if (std::string listing = chipListing(options_.root); gone || listing != listing_) {
+  } else if (std::string listing = currentListing(); gone || listing != listing_) {
     scanAgain_ = true;
     startScan();
   } else if (std::exchange(scanAgain_, false)) {

@@ -27,6 +27,7 @@ struct LinuxSMCOptions {
   SensorClock clock = realSensorClock();
   ReadingLimits limits;
   ControllerOpener openController = openKeyAtIndex;
+  NvidiaOptions nvidia;
 };
 
 std::unique_ptr<AppleSMC> makeLinuxAppleSMC(LinuxSMCOptions options = {});

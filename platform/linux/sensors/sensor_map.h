@@ -67,6 +67,7 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
      "TG0D"},
     {"pch_*", "temp1", "", "TPCD"},
     {"amdgpu|amdgpu integrated|radeon|nouveau", "temp1", "", "TGDD TG1p TG2p TG3p"},
+    {"nvidia", "temp1", "", "TGDD TG1p TG2p TG3p"},
     {"xe", "temp", "pkg", "TGDD TG1p TG2p TG3p"},
     {"i915", "temp1", "", "TGDD TG1p TG2p TG3p"},
     {"amdgpu|amdgpu integrated", "temp", "mem", "TGVP"},
@@ -75,6 +76,7 @@ inline constexpr auto kSensorRows = std::to_array<SensorRow>({
     {"xe", "in", "pkg", "VG0C"},
     {"i915", "in0", "", "VG0C"},
     {"amdgpu", "power", "PPT", "PGTR"},
+    {"nvidia", "power1", "", "PGTR"},
     {"xe", "energy", "card", "PGTR"},
     {"xe", "energy", "pkg", "PGTR"},
     {"i915", "energy1", "", "PGTR"},
@@ -141,7 +143,7 @@ inline constexpr std::string_view kControllerChips = "applesmc|macsmc_hwmon";
 inline constexpr std::string_view kDriveChips = "nvme";
 
 // Chips that sleep when nobody draws, and that a reading would wake.
-inline constexpr std::string_view kGraphicsChips = "amdgpu|radeon|nouveau|i915|xe";
+inline constexpr std::string_view kGraphicsChips = "amdgpu*|radeon|nouveau|i915|xe|nvidia";
 
 // Whether a text is one of the alternatives of a pattern.
 constexpr bool matchesPattern(std::string_view pattern, std::string_view text) {

@@ -1,6 +1,7 @@
 #include "platform/linux/sensors/sensor_scan.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/linux/sensors/key_sensors.h"
 #include "platform/linux/sensors/sensor_map.h"
@@ -22,9 +23,11 @@ std::shared_ptr<RawController> usableController(const std::vector<Chip>& chips,
 
 }  // namespace
 
-SensorScan scanSensors(const std::string& root, const ControllerOpener& open) {
+SensorScan scanSensors(const std::string& root, const ControllerOpener& open, NvidiaCards& nvidia) {
   SensorScan scan;
   scan.chips = listChips(root);
+  for (auto& card : nvidia.chips(root)) scan.chips.push_back(std::move(card));
+  std::ranges::stable_sort(scan.chips, {}, &Chip::path);
   scan.controller = usableController(scan.chips, open);
   return scan;
 }

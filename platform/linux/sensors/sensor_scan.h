@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/sensors/nvidia_cards.h"
 #include "platform/linux/sensors/raw_controller.h"
 #include "platform/linux/sensors/sensor_chips.h"
 
@@ -19,7 +20,7 @@ struct SensorScan {
   std::shared_ptr<RawController> controller;  // a real one, where its raw interface may be used
 };
 
-SensorScan scanSensors(const std::string& root, const ControllerOpener& open);
+SensorScan scanSensors(const std::string& root, const ControllerOpener& open, NvidiaCards& nvidia);
 
 // Where the controller's keys come from.
 enum class ControllerSource {

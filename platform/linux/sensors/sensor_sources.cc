@@ -18,7 +18,7 @@ constexpr std::size_t kMostFans = 10;
 class Sources {
  public:
   explicit Sources(const std::string& root)
-      : scan_(scanSensors(root, openKeyAtIndex)),
+      : scan_(scanSensors(root, openKeyAtIndex, nvidia_)),
         sensors_(mapChips(scan_.chips, scan_.controller != nullptr, realSensorClock())) {}
 
   std::vector<SensorSource> of(std::span<const std::string_view> keys) {
@@ -111,6 +111,7 @@ class Sources {
     }
   }
 
+  NvidiaCards nvidia_;
   SensorScan scan_;
   KeySensors sensors_;
 };
