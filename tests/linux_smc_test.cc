@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,6 +24,7 @@
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "platform/linux/sensors/sensor_map.h"
 #include "sensors/electrical_keys.h"
+#include "platform/linux/sensors/raw_controller.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
 #include "sensors/temperature_keys.h"
@@ -208,6 +210,16 @@ class TableOfKeys : public KeyAtIndex {
   std::vector<Row> rows_;
   unsigned index_ = 0;
 };
+
+TEST(LinuxSMC, WaitsForNobodyWhoHoldsTheIndex) {
+  const TemporaryTree tree;
+  tree.write("key_at_index", "0");
+  const FileDescriptor other(::open(tree.path("key_at_index").c_str(), O_RDONLY | O_CLOEXEC));
+  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+  const auto before = std::chrono::steady_clock::now();
+  openKeyAtIndex(tree.path())->lock();
+  EXPECT_LT(std::chrono::steady_clock::now() - before, seconds(2));
+}
 
 TEST(LinuxSMC, ReadsARawControllerOnceACycle) {
   Machine machine;

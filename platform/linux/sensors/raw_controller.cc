@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -27,7 +29,13 @@ class KeyFiles : public KeyAtIndex {
     return static_cast<unsigned>(std::clamp<std::int64_t>(
         leadingInteger(readAttribute(folder_ + "/key_count")).value_or(0), 0, UINT16_MAX));
   }
-  void lock() override { ::flock(index_.get(), LOCK_EX); }
+  void lock() override {
+    constexpr int kTries = 20;
+    constexpr std::chrono::milliseconds kPause{5};
+    for (int i = 0; i < kTries && ::flock(index_.get(), LOCK_EX | LOCK_NB) != 0; ++i) {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
   void unlock() override { ::flock(index_.get(), LOCK_UN); }
   bool select(unsigned index) override {
     const std::string text = std::to_string(index);

@@ -20,7 +20,10 @@ class KeyAtIndex {
   virtual ~KeyAtIndex() = default;
 
   virtual unsigned count() = 0;
-  virtual void lock() = 0;  // keeps other readers of ours away until unlock
+
+  // Keeps other readers of ours away until unlock. Anybody who may read the file may hold the lock:
+  // it is waited for a tenth of a second, then done without.
+  virtual void lock() = 0;
   virtual void unlock() = 0;
   virtual bool select(unsigned index) = 0;
 
