@@ -53,6 +53,39 @@ TEST(GroupContainer, IsNoneWhereItCannotBe) {
   EXPECT_FALSE(groupContainer("group"));
 }
 
+TEST(GroupContainer, IsTheEffectiveUsersAlone) {
+  const TemporaryHome home;
+  const std::string data = home.path() / "data";
+  ASSERT_TRUE(groupContainer("group"));
+  const auto own = ::geteuid();
+  const struct {
+    std::string path;
+    mode_t mode;
+    uid_t owner;
+    bool usable;
+  } cases[] = {
+      {data + "/group", 0755, own, true},   {data + "/group", 0770, own, false},
+      {data + "/group", 0702, own, false},  {data + "/group/Library/Preferences", 0722, own, false},
+      {data + "/group", 0700, 4711, false}, {data + "/group/Library/Caches", 0700, 4711, false}};
+  for (const auto& [path, mode, owner, usable] : cases) {
+    SCOPED_TRACE(path + " " + std::to_string(mode) + " " + std::to_string(owner));
+    ::chmod(path.c_str(), mode);
+    if (::chown(path.c_str(), owner, static_cast<gid_t>(-1)) != 0) continue;  // takes root
+    std::string refusal;
+    EXPECT_EQ(groupContainer("group", &refusal).has_value(), usable);
+    EXPECT_EQ(refusal.empty(), usable) << refusal;
+    if (usable) {
+      EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_all);
+    }
+    ASSERT_EQ(::chown(path.c_str(), own, static_cast<gid_t>(-1)), 0);
+    ::chmod(path.c_str(), 0700);
+  }
+  if (::chown(data.c_str(), 4711, static_cast<gid_t>(-1)) == 0) {
+    EXPECT_FALSE(groupContainer("other"));
+    EXPECT_FALSE(fs::exists(data + "/other"));
+  }
+}
+
 TEST(FileManager, RemovesFoldersAndLinksButNothingBehindThem) {
   const TemporaryHome home;
   const auto files = makeFileManager();

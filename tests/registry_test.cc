@@ -89,6 +89,10 @@ TEST_F(RegistryTest, TrustsNoFolderThatOthersMayWriteTo) {
     ::chmod(path.c_str(), 0755);
     EXPECT_EQ(ApplicationRegistry("com.Tarvel").running("com.Tarvel").size(), 2U);
   }
+  if (::chown((home.path() / "run").c_str(), 4711, static_cast<gid_t>(-1)) == 0) {  // takes root
+    EXPECT_EQ(ApplicationRegistry("com.Tarvel").folder().find(home.path()), std::string::npos);
+    ASSERT_EQ(::chown((home.path() / "run").c_str(), ::geteuid(), static_cast<gid_t>(-1)), 0);
+  }
   std::filesystem::rename(home.path() / "run/com.Tarvel", home.path() / "elsewhere");
   std::filesystem::create_symlink(home.path() / "elsewhere", home.path() / "run/com.Tarvel");
   EXPECT_EQ(ApplicationRegistry("com.Tarvel").running("com.Tarvel").size(), 1U) << "a link";

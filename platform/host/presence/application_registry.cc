@@ -36,12 +36,16 @@ bool haveFolder(const std::string& path, uid_t user, mode_t forbidden) {
   return ::lstat(path.c_str(), &status) == 0 && isSafe(status, user, forbidden);
 }
 
+bool isOwn(const std::string& path, uid_t user) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && isSafe(status, user, kOthersMayWrite);
+}
+
 std::optional<std::string> runtimeFolder(uid_t user) {
   const char* const named = std::getenv("XDG_RUNTIME_DIR");
-  if (named != nullptr && named[0] == '/') return named;
+  if (named != nullptr && named[0] == '/' && isOwn(named, user)) return named;
   std::string usual = "/run/user/" + std::to_string(user);
-  struct stat status {};
-  if (::stat(usual.c_str(), &status) == 0 && isSafe(status, user, kOthersMayWrite)) return usual;
+  if (isOwn(usual, user)) return usual;
   return std::nullopt;
 }
 

@@ -19,9 +19,10 @@
 // clean-up of such folders away. Whoever finds a file that is not locked and is older than a minute
 // removes it (others may make the file first and lock it then).
 //
-// Without XDG_RUNTIME_DIR it is /run/user/<uid>, else /tmp/com.Tarvel-<uid> in the place of
-// $XDG_RUNTIME_DIR/com.Tarvel. Folders must be the user's and writable by nobody else, that in /tmp
-// closed to all others; where they are not, there is no registry and only oneself runs.
+// Without an XDG_RUNTIME_DIR that belongs to the effective user it is /run/user/<uid>, else
+// /tmp/com.Tarvel-<uid> in the place of $XDG_RUNTIME_DIR/com.Tarvel. Folders must be that user's
+// and writable by nobody else, that in /tmp closed to all others; where they are not, there is no
+// registry and only oneself runs.
 //
 // To run once only: register first, look afterwards. Two that start at the same time may then both
 // see each other, never neither. Callable from any thread.

@@ -214,7 +214,8 @@ bool DefaultsStore::ready() {
 }
 
 bool DefaultsStore::open() {
-  const auto container = groupContainer(suite_);
+  std::string refusal;
+  const auto container = groupContainer(suite_, &refusal);
   auto status = DatabaseStatus::failed;
   if (container) {
     path_ = *container + "/Library/Preferences/" + suite_ + ".sqlite";
@@ -229,7 +230,7 @@ bool DefaultsStore::open() {
     database_ = openFile(status);
   }
   if (!database_) {
-    report("it cannot be opened");
+    report("it cannot be opened" + (refusal.empty() ? "" : ": " + refusal));
     return false;
   }
   ++opened_;
