@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include "platform/linux/desktop/desktop_index.h"
+#include "platform/linux/desktop/drawing_turns.h"
 #include "platform/linux/desktop/icon_theme.h"
 #include "platform/linux/desktop/linux_workspace.h"
 #include "platform/linux/desktop/process_application.h"
@@ -251,10 +253,10 @@ TEST_F(Desktop, EveryApplicationGetsAPictureWhateverItsIconIs) {
   const auto workspace = makeLinuxWorkspace(
       {"/proc", TARVEL_ICON_PROGRAM, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
   const auto drawn = [&](const std::string& file) {
-    const Icon icon = {{{48, 48, 48, (pictures / file).string()}}, ""};
+    const Icon icon = {{{48, 48, 48, (pictures / file).string()}}, file};
     return workspace->TIFFRepresentation(icon, 0);
   };
-  const Data generic = workspace->TIFFRepresentation(Icon{});
+  const Data generic = workspace->TIFFRepresentation(Icon{{}, "generic"});
   ASSERT_FALSE(generic.empty());
   EXPECT_NE(drawn("good.svg"), generic);
   EXPECT_NE(drawn("good.xpm"), generic);
@@ -264,8 +266,46 @@ TEST_F(Desktop, EveryApplicationGetsAPictureWhateverItsIconIs) {
   }
   const Icon withSubstitute = {{{48, 48, 48, (pictures / "head.png").string()},
                                 {32, 32, 32, (pictures / "good.svg").string()}},
-                               ""};
+                               "substitute"};
   EXPECT_NE(workspace->TIFFRepresentation(withSubstitute, 0), generic);
+  EXPECT_EQ(drawn("good.svg"), Data()) << "drawn for this folder already";
+}
+
+TEST(Drawings, HaveTheirTurnsOnce) {
+  std::string folder = "1";
+  DrawingTurns turns(std::chrono::hours(1), [&] { return folder; });
+  {
+    const auto first = turns.take("a");
+    EXPECT_TRUE(first);
+    EXPECT_FALSE(turns.take("a")) << "is being drawn";
+    const auto second = turns.take("b");
+    EXPECT_TRUE(second);
+    EXPECT_FALSE(turns.isFree("c")) << "two are being drawn";
+  }
+  EXPECT_TRUE(turns.isFree("c"));
+  EXPECT_FALSE(turns.isFree("a")) << "did not come to stay";
+  folder = "2";
+  EXPECT_TRUE(turns.take("a"));
+  EXPECT_FALSE(turns.take("a"));
+  turns.forget();
+  EXPECT_TRUE(turns.take("a"));
+}
+
+TEST_F(Desktop, WorkIsBoundedWhateverTheFoldersHold) {
+  entry("high/applications/org.a.Once.desktop", "Exec=once\nIcon=once\n");
+  for (const char name : std::string("abcdef")) {
+    std::filesystem::create_directory_symlink(
+        ".", home.path() / "high/applications" / (name + std::string("x")));
+  }
+  DesktopIndex index(dataFolders());
+  EXPECT_TRUE(index.refresh());
+  EXPECT_EQ(index.size(), 1U);
+
+  std::string folders;
+  for (int i = 0; i < 60000; ++i) folders += "48x48/apps,";
+  put(home.path() / "base/hicolor/index.theme", "[Icon Theme]\nDirectories=" + folders + "\n");
+  put(home.path() / "base/hicolor/48x48/apps/once.png", "");
+  EXPECT_EQ(iconFiles("once", {{(home.path() / "base").string()}, {}, "hicolor"}).size(), 1U);
 }
 
 TEST_F(Desktop, WhatAProcessBelongsToIsRememberedForItsLife) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "app/app_delegate.h"
+#include "platform/host/container/group_container.h"
 #include "platform/host/files/files.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/host/property_lists/keyed_archive.h"
@@ -45,7 +46,8 @@ int main() {
   const auto userDefaults = makeUserDefaultsSuites(*systemLog);
   const auto workspace =
       makeLinuxWorkspace({"/proc", programFolder() + "/tarvel-icon",
-                          [&](std::int32_t pid) { return processes.startTime(pid); }});
+                          [&](std::int32_t pid) { return processes.startTime(pid); },
+                          groupContainer(kSuiteName).value_or("") + std::string(kIconDirectory)});
   const auto appleSMC = makeLinuxAppleSMC();
   const auto updaters = makeLinuxUpdaters(*runLoop, programFolder());
   const auto ataSmart = makeLinuxAtaSmart();

@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t kEntryLimit = 256 * 1024;  // bytes; entries with every translation have some
 constexpr int kDepthLimit = 8;                   // folders below applications/
+constexpr std::size_t kFolderLimit = 512;
+constexpr std::size_t kEntriesLimit = 8192;
 
 std::string environmentText(const char* name) {
   const char* value = std::getenv(name);
@@ -97,13 +99,17 @@ std::vector<std::string> dataFolders() {
   return folders;
 }
 
+bool DesktopIndex::isCurrent() const {
+  return !folders_.empty() && std::all_of(folders_.begin(), folders_.end(), [](const auto& folder) {
+    return isSame(changeTime(folder.first), folder.second);
+  });
+}
+
 bool DesktopIndex::refresh() {
-  const bool unchanged =
-      !folders_.empty() && std::all_of(folders_.begin(), folders_.end(), [](const auto& folder) {
-        return isSame(changeTime(folder.first), folder.second);
-      });
-  if (unchanged) return false;
+  if (isCurrent()) return false;
   folders_.clear();
+  visited_.clear();
+  entriesRead_ = 0;
   byProgram_.clear();
   byPath_.clear();
   byIdentifier_.clear();
@@ -117,12 +123,16 @@ bool DesktopIndex::refresh() {
 }
 
 void DesktopIndex::readFolder(const std::string& folder, const std::string& below) {
-  folders_[folder] = changeTime(folder);
+  struct stat status {};
+  const bool exists = ::stat(folder.c_str(), &status) == 0;
+  folders_[folder] = exists ? status.st_mtim : timespec{};
+  if (!exists || folders_.size() > kFolderLimit) return;
+  if (!visited_.emplace(status.st_dev, status.st_ino).second) return;
   if (std::count(below.begin(), below.end(), '/') > kDepthLimit) return;
   std::error_code error;
   std::vector<std::string> names;
-  for (std::filesystem::directory_iterator file(folder, error), end; !error && file != end;
-       file.increment(error)) {
+  for (std::filesystem::directory_iterator file(folder, error), end;
+       !error && file != end && names.size() < kEntriesLimit; file.increment(error)) {
     names.push_back(file->path().filename().string());
   }
   std::sort(names.begin(), names.end());
@@ -139,7 +149,7 @@ void DesktopIndex::readFolder(const std::string& folder, const std::string& belo
 // The first entry of an identifier decides, also one that says that it is deleted.
 void DesktopIndex::addEntry(const std::string& path, const std::string& pathBelow) {
   const auto identifier = desktopFileIdentifier(pathBelow);
-  if (!identifier || byIdentifier_.contains(*identifier)) return;
+  if (!identifier || byIdentifier_.contains(*identifier) || ++entriesRead_ > kEntriesLimit) return;
   const auto text = readSmallFile(path, kEntryLimit);
   auto entry = text ? parseDesktopEntry(*text) : std::nullopt;
   if (!entry) return;

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -30,8 +32,14 @@ class DesktopIndex {
   };
 
   explicit DesktopIndex(std::vector<std::string> folders) : dataFolders_(std::move(folders)) {}
+  DesktopIndex(const DesktopIndex&) = delete;
+  DesktopIndex& operator=(const DesktopIndex&) = delete;
 
-  // Reads the entries again where a folder of theirs has changed: true when it did.
+  // Whether no folder has changed since the entries were read; false before.
+  bool isCurrent() const;
+
+  // Reads the entries again where a folder of theirs has changed: true when it did. Folders that
+  // links lead to more than once are read once; 512 folders and 8192 entries are read at most.
   bool refresh();
 
   // How many applications there are.
@@ -56,6 +64,8 @@ class DesktopIndex {
 
   std::vector<std::string> dataFolders_;
   std::map<std::string, timespec> folders_;  // every folder that was read, with its change time
+  std::set<std::pair<dev_t, ino_t>> visited_;
+  std::size_t entriesRead_ = 0;
   std::map<std::string, std::optional<Application>, std::less<>> byIdentifier_;
   std::map<std::string, const Application*, std::less<>> byPath_;
   std::map<std::string, std::vector<const Application*>, std::less<>> byProgram_;

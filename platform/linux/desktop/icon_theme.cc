@@ -22,6 +22,9 @@ namespace {
 constexpr std::size_t kIndexLimit = 1024 * 1024;  // bytes of an index.theme
 constexpr std::array<std::string_view, 3> kExtensions = {".png", ".svg", ".xpm"};
 constexpr double kShownPoints = 48;
+constexpr std::size_t kThemeFolders = 1024;  // hicolor has some 650
+constexpr std::size_t kThemes = 16;          // of a chain
+constexpr std::size_t kNames = 4096;         // of a theme's folder
 
 using Group = std::map<std::string, std::string, std::less<>>;
 using KeyFile = std::map<std::string, Group, std::less<>>;
@@ -120,6 +123,7 @@ std::optional<Theme> readTheme(const std::string& name, const IconFolders& where
     if (index.empty()) index = readKeyFile(root + "/index.theme");
     for (std::filesystem::directory_iterator entry(root, error), end; !error && entry != end;
          entry.increment(error)) {
+      if (present.size() >= kNames) break;
       present.insert(entry->path().filename().string());
     }
   }
@@ -127,9 +131,11 @@ std::optional<Theme> readTheme(const std::string& name, const IconFolders& where
   auto paths = listOf(valueOf(index, "Icon Theme", "Directories"));
   const auto scaled = listOf(valueOf(index, "Icon Theme", "ScaledDirectories"));
   paths.insert(paths.end(), scaled.begin(), scaled.end());
+  std::set<std::string> taken;
   for (const auto& path : paths) {
     const bool inside = path.find("..") == std::string::npos;
-    if (inside && present.contains(path.substr(0, path.find('/')))) {
+    if (theme.folders.size() >= kThemeFolders) break;
+    if (inside && taken.insert(path).second && present.contains(path.substr(0, path.find('/')))) {
       theme.folders.push_back(themeFolder(index, path));
     }
   }
@@ -192,7 +198,8 @@ void order(std::vector<IconFile>& files) {
 // circles.
 void appendChain(const std::string& name, const IconFolders& where, std::set<std::string>& visited,
                  std::vector<Theme>& chain) {
-  if (name == "hicolor" || name.find('/') != std::string::npos || !visited.insert(name).second) {
+  if (name == "hicolor" || name.find('/') != std::string::npos || visited.size() >= kThemes ||
+      !visited.insert(name).second) {
     return;
   }
   const auto theme = readTheme(name, where);

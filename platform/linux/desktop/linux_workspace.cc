@@ -6,7 +6,12 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/linux/desktop/desktop_index.h"
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "platform/linux/bounded_work.h"
+#include "platform/linux/desktop/current_index.h"
+#include "platform/linux/desktop/drawing_turns.h"
 #include "platform/linux/desktop/icon_drawing.h"
 #include "platform/linux/desktop/icon_theme.h"
 #include "platform/linux/desktop/process_application.h"
@@ -17,13 +22,48 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kRefreshInterval = 3s;   // between two looks for new entries
 constexpr auto kUnknownLifetime = 30s;  // of the answer that a process is no application
 constexpr auto kSettlingTime = 10s;     // a younger process may still become an application
+constexpr auto kLookPatience = 2s;      // with the folders of icon themes
+constexpr auto kDrawPatience = 4s;
+constexpr auto kDrawPause = 10min;  // before an icon that did not come to stay is drawn again
 constexpr std::size_t kRemembered = 4096;
 constexpr std::size_t kSubstitutes = 3;  // an icon's other drawings that are tried for a broken one
 constexpr const char* kGenericIcon = "application-x-executable";
 
+// Tells one folder at a path from another that takes its place; empty where there is none.
+std::string folderIdentity(const std::string& path) {
+  struct statx status {};
+  const bool known = ::statx(AT_FDCWD, path.c_str(), 0, STATX_INO | STATX_BTIME, &status) == 0;
+  if (!known) return {};
+  return std::to_string(status.stx_ino) + " " + std::to_string(status.stx_btime.tv_sec) + " " +
+         std::to_string(status.stx_btime.tv_nsec);
+}
+
+Data genericIcon(const std::string& iconProgram) {
+  for (const auto& file : iconFiles(kGenericIcon, userIconFolders(dataFolders()))) {
+    Data tiff = drawIcon(iconProgram, file);
+    if (!tiff.empty()) return tiff;
+  }
+  return drawGenericIcon(iconProgram);
+}
+
+// The representation itself, else the icon's others in their order, else the generic icon.
+Data drawnIcon(const std::string& iconProgram, const Icon& icon, std::size_t representation) {
+  const auto draw = [&](const IconRepresentation& drawing) {
+    return drawIcon(iconProgram, {drawing.file, drawing.width, 1, drawing.pixelsWide});
+  };
+  Data tiff = draw(icon.representations[representation]);
+  for (std::size_t i = 0; tiff.empty() && i < icon.representations.size(); ++i) {
+    if (i == representation) continue;
+    if (i > kSubstitutes) break;
+    tiff = draw(icon.representations[i]);
+  }
+  return tiff.empty() ? genericIcon(iconProgram) : tiff;
+}
+
+// An icon's whole file is the path of its entry, which names the application; it is empty where the
+// icon is not to be drawn now.
 class LinuxWorkspace : public Workspace {
  public:
   explicit LinuxWorkspace(LinuxWorkspaceOptions given)
@@ -33,10 +73,14 @@ class LinuxWorkspace : public Workspace {
   std::optional<ProcessSerialNumber> GetProcessForPID(std::int32_t pid) override {
     const auto start = options_.startTime(pid);
     if (!start) return std::nullopt;
-    const std::lock_guard lock(mutex_);
+    const auto current = index_.snapshot();
     const auto now = Clock::now();
-    auto& process = remembered(pid, *start, now);
-    if (now >= process.validUntil) resolve(pid, process, now);
+    auto process = remembered(pid, *start, current.number, now);
+    if (now >= process.validUntil) {
+      resolve(pid, process, *current.index, now);
+      const std::lock_guard lock(mutex_);
+      processes_[pid] = process;
+    }
     return process.entryPath.empty()
                ? std::nullopt
                : std::optional(static_cast<ProcessSerialNumber>(static_cast<std::uint32_t>(pid)));
@@ -50,31 +94,38 @@ class LinuxWorkspace : public Workspace {
   }
 
   std::optional<std::string> bundleIdentifier(const std::string& bundlePath) override {
-    const std::lock_guard lock(mutex_);
-    const auto* application = index_.atPath(bundlePath);
+    const auto current = index_.snapshot();
+    const auto* application = current.index->atPath(bundlePath);
     return application != nullptr ? std::optional(application->identifier) : std::nullopt;
   }
 
   Icon iconForFile(const std::string& bundlePath) override {
-    Icon icon;
-    for (const auto& file : iconFiles(iconName(bundlePath), userIconFolders(dataFolders()))) {
+    const auto turn = drawings_.isFree(bundlePath) ? lookups_.take(bundlePath) : nullptr;
+    if (!turn) return {};
+    const auto current = index_.snapshot();
+    const auto* application = current.index->atPath(bundlePath);
+    const auto found = std::make_shared<std::vector<IconFile>>();
+    const auto look = [turn, found, name = application != nullptr ? application->icon : ""] {
+      *found = iconFiles(name, userIconFolders(dataFolders()));
+    };
+    if (runBounded("icon files", kLookPatience, look) != BoundedOutcome::finished) return {};
+    Icon icon{{}, bundlePath};
+    for (const auto& file : *found) {
       icon.representations.push_back({file.points, file.points, file.pixels, file.path});
     }
     return icon;
   }
 
-  // The representation itself, else the icon's others in their order.
   Data TIFFRepresentation(const Icon& icon, std::size_t representation) override {
-    Data tiff = draw(icon.representations[representation]);
-    for (std::size_t i = 0; tiff.empty() && i < icon.representations.size(); ++i) {
-      if (i == representation) continue;
-      if (i > kSubstitutes) break;
-      tiff = draw(icon.representations[i]);
-    }
-    return tiff.empty() ? genericIcon() : tiff;
+    return inTurn(icon.wholeFile, [program = options_.iconProgram, icon, representation] {
+      return drawnIcon(program, icon, representation);
+    });
   }
 
-  Data TIFFRepresentation(const Icon&) override { return genericIcon(); }
+  Data TIFFRepresentation(const Icon& icon) override {
+    return inTurn(icon.wholeFile,
+                  [program = options_.iconProgram] { return genericIcon(program); });
+  }
 
  private:
   struct Process {
@@ -84,7 +135,13 @@ class LinuxWorkspace : public Workspace {
     std::string entryPath;  // empty: no application
   };
 
-  Process& remembered(std::int32_t pid, std::uint64_t start, Clock::time_point now) {
+  // What is known of the process; entries that went or came change what any process belongs to.
+  Process remembered(std::int32_t pid, std::uint64_t start, unsigned index, Clock::time_point now) {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(indexSeen_, index) != index) {
+      for (auto& [other, process] : processes_) process.validUntil = now;
+      drawings_.forget();
+    }
     if (processes_.size() >= kRemembered && !processes_.contains(pid)) processes_.clear();
     auto& process = processes_[pid];
     if (process.start != start || process.firstSeen == Clock::time_point{}) {
@@ -93,9 +150,9 @@ class LinuxWorkspace : public Workspace {
     return process;
   }
 
-  void resolve(std::int32_t pid, Process& process, Clock::time_point now) {
-    refreshIndex(now);
-    const auto* application = processApplication(options_.procFolder, pid, index_, sandboxes_);
+  void resolve(std::int32_t pid, Process& process, const DesktopIndex& index,
+               Clock::time_point now) {
+    const auto* application = processApplication(options_.procFolder, pid, index, sandboxes_);
     process.entryPath = application != nullptr ? application->path : std::string();
     if (application != nullptr) {
       process.validUntil = Clock::time_point::max();
@@ -104,37 +161,23 @@ class LinuxWorkspace : public Workspace {
     }
   }
 
-  // Entries that went or came change what any process belongs to.
-  void refreshIndex(Clock::time_point now) {
-    if (now < nextRefresh_) return;
-    nextRefresh_ = now + kRefreshInterval;
-    if (!index_.refresh()) return;
-    for (auto& [pid, process] : processes_) process.validUntil = now;
-  }
-
-  std::string iconName(const std::string& bundlePath) {
-    const std::lock_guard lock(mutex_);
-    const auto* application = index_.atPath(bundlePath);
-    return application != nullptr ? application->icon : std::string();
-  }
-
-  Data draw(const IconRepresentation& drawing) const {
-    return drawIcon(options_.iconProgram, {drawing.file, drawing.width, 1, drawing.pixelsWide});
-  }
-
-  Data genericIcon() const {
-    for (const auto& file : iconFiles(kGenericIcon, userIconFolders(dataFolders()))) {
-      Data tiff = drawIcon(options_.iconProgram, file);
-      if (!tiff.empty()) return tiff;
-    }
-    return drawGenericIcon(options_.iconProgram);
+  template <typename Draw>
+  Data inTurn(const std::string& application, Draw draw) {
+    const auto turn = application.empty() ? nullptr : drawings_.take(application);
+    if (!turn) return {};
+    const auto tiff = std::make_shared<Data>();
+    const auto work = [turn, tiff, draw = std::move(draw)] { *tiff = draw(); };
+    const bool finished = runBounded("icon", kDrawPatience, work) == BoundedOutcome::finished;
+    return finished ? std::move(*tiff) : Data{};
   }
 
   const LinuxWorkspaceOptions options_;
-  std::mutex mutex_;  // guards what follows
+  CurrentIndex index_;
   SandboxLooks sandboxes_;
-  DesktopIndex index_;
-  Clock::time_point nextRefresh_;
+  DrawingTurns lookups_{0s, [] { return std::string(); }};
+  DrawingTurns drawings_{kDrawPause, [this] { return folderIdentity(options_.iconFolder); }};
+  std::mutex mutex_;  // guards what follows; never held while a file is read
+  unsigned indexSeen_ = 0;
   std::unordered_map<std::int32_t, Process> processes_;
 };
 
