@@ -1,18 +1,18 @@
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "platform/recorded/machine.h"
+#include "tests/temporary_tree.h"
 
 namespace tarvel::recorded {
 namespace {
 
+// A file with this text; a folder where it is empty.
 std::string complaint(const std::string& text) {
-  const auto path = std::filesystem::path(testing::TempDir()) / "tarvel-misfit.json";
-  std::ofstream(path) << text;
-  const auto read = readRecording(path);
+  const TemporaryTree tree;
+  tree.write("machine.json", text);
+  const auto read = readRecording(tree.path(text[0] == '\0' ? "" : "machine.json"));
   const auto* reason = std::get_if<std::string>(&read);
   return reason != nullptr ? *reason : "";
 }
@@ -48,6 +48,8 @@ TEST(RecordedMachine, AFileThatDoesNotFitIsToldByItsPlace) {
       {R"({"frames": [{}, {"format": 1}]})", "frames[1].format: "},
       {R"({"frames": [{"disks": [{"identify": 1}]}]})", "frames[0].disks[0].identify: "},
       {R"({"running": [)", "not JSON"},
+      {R"({"format": 1e999})", "not JSON"},
+      {"", "cannot be read"},
   };
   for (const auto& row : rows) {
     const std::string said = complaint(row.text);

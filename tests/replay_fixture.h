@@ -20,6 +20,7 @@
 #include "platform/recorded/machine.h"
 #include "platform/recorded/recorded_platform.h"
 #include "product/identifiers.h"
+#include "tests/temporary_home.h"
 
 namespace tarvel {
 
@@ -28,13 +29,7 @@ class ReplayTest : public testing::Test {
  protected:
   using Json = nlohmann::json;
 
-  ReplayTest() {
-    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-    folder = std::filesystem::path(testing::TempDir()) /
-             (std::string("tarvel-") + info->test_suite_name() + "-" + info->name());
-    reset();
-  }
-  ~ReplayTest() override { std::filesystem::remove_all(folder); }
+  ReplayTest() { reset(); }
 
   void reset() {
     std::filesystem::remove_all(folder);
@@ -102,7 +97,8 @@ class ReplayTest : public testing::Test {
 
   std::string icons() { return *groupContainer(kSuiteName) + std::string(kIconDirectory); }
 
-  std::filesystem::path folder;
+  const TemporaryHome home;
+  const std::filesystem::path folder = home.path() / "replay";
   std::unique_ptr<SystemLog> log = makeSystemLog();
 };
 

@@ -194,6 +194,13 @@ TEST_F(ViewerTest, RequestsAreWrittenUnderTheirKeys) {
   }
 }
 
+TEST_F(ViewerTest, AReplayTellsThatItsTraceIsCutShort) {
+  writeFile(file("machine.json"), "{}");
+  const auto ended = run(TARVEL_REPLAY, {file("machine.json"), "--trace", "/dev/full"});
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_EQ(ended.errors, "tarvel-replay: /dev/full: cannot be written\n");
+}
+
 TEST_F(ViewerTest, EveryKindOfValueComesBackFromTheStore) {
   for (const char* text : {R"("text \u0000 ü")", "true", "-9223372036854775808", "0.1", "1e300",
                            "[]", "{}", R"({"list": [1, 2.5, "x", {"deep": [false]}]})"}) {

@@ -258,6 +258,10 @@ std::variant<Recording, std::string> readRecording(const std::string& path) {
     return misfit.what();
   } catch (const Json::parse_error& error) {
     return "not JSON at byte " + std::to_string(error.byte);
+  } catch (const Json::exception& error) {  // a number that no type holds
+    return std::string("not JSON: ") + error.what();
+  } catch (const std::ios_base::failure&) {  // a folder
+    return "cannot be read";
   }
 }
 

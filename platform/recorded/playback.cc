@@ -9,6 +9,8 @@ bool Playback::openTrace(const std::string& path) {
   return file_.is_open();
 }
 
+bool Playback::finishTrace() { return !file_.is_open() || file_.flush().good(); }
+
 const Machine& Playback::machine() const {
   const std::size_t frame = cycle_ == 0 ? 0 : cycle_ - 1;
   return machines_[std::min(frame, machines_.size() - 1)];

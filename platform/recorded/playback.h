@@ -26,6 +26,9 @@ class Playback {
   // Writes the trace to this file from now on; false when it cannot be made.
   bool openTrace(const std::string& path);
 
+  // Whether all that was traced has been written, where there is a trace.
+  bool finishTrace();
+
   const Machine& machine() const;
 
   void beginCycle(std::size_t number) { cycle_ = number; }

@@ -55,6 +55,8 @@ bool RecordedPlatform::openTrace(const std::string& path) {
   return services_->playback.openTrace(path);
 }
 
+bool RecordedPlatform::finishTrace() { return services_->playback.finishTrace(); }
+
 void RecordedPlatform::run(ApplicationDelegate& application, std::size_t cycles, bool abandon) {
   services_->runLoop.run(application, cycles, abandon);
 }

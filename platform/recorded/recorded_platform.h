@@ -24,6 +24,9 @@ class RecordedPlatform {
   // Traces every call into this file from now on; false when it cannot be made.
   bool openTrace(const std::string& path);
 
+  // Whether all of the trace has been written.
+  bool finishTrace();
+
   // Launches the application, runs this many cycles and terminates it, or, where abandoned, leaves
   // it as it stands.
   void run(ApplicationDelegate& application, std::size_t cycles, bool abandon);

@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <exception>
@@ -44,7 +45,7 @@ int replay(const Options& options) {
   }
   tarvel::AppDelegate delegate(machine.platform());
   machine.run(delegate, options.cycles, options.abandon);
-  return kDone;
+  return machine.finishTrace() ? kDone : complain(options.traceFile, "cannot be written");
 }
 
 int parseAndReplay(int argc, char** argv) {
@@ -71,6 +72,7 @@ int parseAndReplay(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
   try {
     return parseAndReplay(argc, argv);
   } catch (const std::exception& error) {
