@@ -80,7 +80,7 @@ class Update : public testing::Test {
         spawnProgram("python3",
                      {"-u", "-m", "http.server", "0", "--bind", "127.0.0.1", "--directory",
                       (home.path() / "web").string()},
-                     {{writing.get(), STDOUT_FILENO}, {nowhere.get(), STDERR_FILENO}});
+                     {{{writing.get(), STDOUT_FILENO}, {nowhere.get(), STDERR_FILENO}}});
     ASSERT_TRUE(child);
     server = *child;
     std::string line;

@@ -1,5 +1,6 @@
 #include "platform/host/processes/child_process.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -22,17 +23,22 @@ class SpawnActions {
   SpawnActions& operator=(const SpawnActions&) = delete;
 
   bool give(int ours, int theirs) {
+    highest_ = std::max(highest_, theirs);
     return ::posix_spawn_file_actions_adddup2(&actions_, ours, theirs) == 0;
+  }
+  bool closeOthers() {
+    return ::posix_spawn_file_actions_addclosefrom_np(&actions_, highest_ + 1) == 0;
   }
   const posix_spawn_file_actions_t* get() const { return &actions_; }
 
  private:
   posix_spawn_file_actions_t actions_{};
+  int highest_ = STDERR_FILENO;
 };
 
 class SpawnAttributes {
  public:
-  SpawnAttributes() {
+  explicit SpawnAttributes(bool ownSession) {
     posix_spawnattr_init(&attributes_);
     sigset_t none;
     sigset_t all;
@@ -40,7 +46,8 @@ class SpawnAttributes {
     ::sigfillset(&all);
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &all);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    constexpr short kSignals = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    posix_spawnattr_setflags(&attributes_, ownSession ? kSignals | POSIX_SPAWN_SETSID : kSignals);
   }
   ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
   SpawnAttributes(const SpawnAttributes&) = delete;
@@ -51,6 +58,13 @@ class SpawnAttributes {
  private:
   posix_spawnattr_t attributes_{};
 };
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (auto& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
 
 std::string readToEnd(int descriptor) {
   std::string output;
@@ -69,20 +83,20 @@ std::string readToEnd(int descriptor) {
 
 std::optional<pid_t> spawnProgram(const std::string& program,
                                   const std::vector<std::string>& arguments,
-                                  const std::vector<std::pair<int, int>>& descriptors) {
+                                  const ChildSetting& setting) {
   SpawnActions actions;
-  for (const auto& [ours, theirs] : descriptors) {
+  for (const auto& [ours, theirs] : setting.descriptors) {
     if (!actions.give(ours, theirs)) return std::nullopt;
   }
+  if (!actions.closeOthers()) return std::nullopt;
   std::vector<std::string> texts = {program};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
-  std::vector<char*> pointers;
-  for (auto& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  const SpawnAttributes attributes;
+  std::vector<std::string> variables = setting.environment.value_or(std::vector<std::string>());
+  const SpawnAttributes attributes(setting.ownSession);
   pid_t child = 0;
   const int error = ::posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(),
-                                   pointers.data(), environ);
+                                   pointersTo(texts).data(),
+                                   setting.environment ? pointersTo(variables).data() : environ);
   return error == 0 ? std::optional(child) : std::nullopt;
 }
 
@@ -102,7 +116,7 @@ std::string readProgramOutput(const std::string& program,
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
-  const auto child = spawnProgram(program, arguments, {{writing.get(), STDOUT_FILENO}});
+  const auto child = spawnProgram(program, arguments, {{{writing.get(), STDOUT_FILENO}}});
   writing.reset();
   if (!child) return {};
   std::string output = readToEnd(reading.get());

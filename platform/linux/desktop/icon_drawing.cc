@@ -49,8 +49,10 @@ Data runDrawing(const std::string& program, const std::vector<std::string>& argu
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
-  const auto child = spawnProgram(program, arguments,
-                                  {{input.get(), STDIN_FILENO}, {writing.get(), STDOUT_FILENO}});
+  const ChildSetting setting{
+      .descriptors = {{input.get(), STDIN_FILENO}, {writing.get(), STDOUT_FILENO}},
+      .environment = std::vector<std::string>()};
+  const auto child = spawnProgram(program, arguments, setting);
   writing.reset();
   if (!child) return {};
   auto data = readUntil(reading.get(), Clock::now() + limit);
