@@ -1,6 +1,16 @@
 #include <cstdint>
 #include <fstream>
 
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "platform/host/files/file_descriptor.h"
+#include "platform/host/presence/application_registry.h"
+#include "platform/host/processes/child_process.h"
 #include "product/identifiers.h"
 #include "tests/viewer_fixture.h"
 
@@ -192,6 +202,35 @@ TEST_F(ViewerTest, RequestsAreWrittenUnderTheirKeys) {
     EXPECT_EQ(tarvel({"request", action}).status, 0);
     EXPECT_EQ(json({"defaults", "read", key}), true) << key;
   }
+}
+
+// Whoever started it: a viewer that was killed leaves its helper to those that still run.
+TEST_F(ViewerTest, TheHelperEndsWithTheLastViewer) {
+  const ApplicationRegistry registry;
+  const auto runs = [&](std::string_view identifier, std::size_t count) {
+    for (int i = 0; i < 1000 && registry.running(identifier).size() != count; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return registry.running(identifier).size() == count;
+  };
+  const FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  const auto watch = [&] {
+    return *spawnProgram(TARVEL_PROGRAM, {"watch", "--json"},
+                         {{{nowhere.get(), STDOUT_FILENO}, {nowhere.get(), STDERR_FILENO}}});
+  };
+  const auto first = watch();
+  ASSERT_TRUE(runs(kHelperIdentifier, 1));
+  const auto second = watch();
+  const auto third = watch();
+  ASSERT_TRUE(runs(kViewerIdentifier, 3));
+  ::kill(first, SIGKILL);
+  waitForProgram(first);
+  ::kill(second, SIGTERM);
+  EXPECT_EQ(waitForProgram(second), 0);
+  EXPECT_TRUE(runs(kHelperIdentifier, 1)) << "the third still runs";
+  ::kill(third, SIGQUIT);
+  EXPECT_EQ(waitForProgram(third), 0);
+  EXPECT_TRUE(runs(kHelperIdentifier, 0));
 }
 
 TEST_F(ViewerTest, AReplayTellsThatItsTraceIsCutShort) {

@@ -27,7 +27,7 @@ ViewerSession::ViewerSession(std::string_view identifier, DefaultsStore& store, 
 }
 
 void ViewerSession::keepHelper(Clock::time_point now) {
-  isHelperRunning_ = !registry_.running(kHelperIdentifier).empty();
+  isHelperRunning_ = helper_.isRunning();
   if (isHelperRunning_ || !startsHelper_) return;
   if (lastStart_ && now - *lastStart_ < kBetweenStarts) return;
   lastStart_ = now;

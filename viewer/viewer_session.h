@@ -21,8 +21,8 @@ class ViewerSession {
   using Clock = std::chrono::steady_clock;
 
   // Registers under the identifier for the life of the object. Where "Panels" is absent, all eight
-  // are enabled. With `startsHelper` a helper is started where none runs, and the last viewer to
-  // end ends the one that a viewer has started.
+  // are enabled. With `startsHelper` a helper is started where none runs; with it or without, the
+  // last viewer to end ends the one that a viewer has started.
   ViewerSession(std::string_view identifier, DefaultsStore& store, bool startsHelper);
 
   // To be called every now and then: starts a helper again when it went away, at most every three
@@ -42,7 +42,7 @@ class ViewerSession {
 
  private:
   ApplicationRegistry registry_;
-  HelperProcess helper_;
+  HelperProcess helper_{registry_};
   bool startsHelper_;
   bool canStart_ = true;
   bool isHelperRunning_ = false;

@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -30,12 +31,20 @@
 
 using namespace tarvel;
 
+namespace {
+
+std::string_view noteOfStart() {
+  return std::getenv(kStartedByViewerVariable) != nullptr ? kStartedByViewerNote : "";
+}
+
+}  // namespace
+
 int main() {
   ::mallopt(M_ARENA_MAX, 1);  // threads come and go; an arena of memory for each would stay
   const auto runLoop = makeLinuxRunLoop();
   const auto systemLog = makeSystemLog();
   const auto bundle = makeLinuxBundle();
-  auto registration = std::make_unique<ApplicationRegistry>(kHelperIdentifier);
+  auto registration = std::make_unique<ApplicationRegistry>(kHelperIdentifier, noteOfStart());
   const auto applications = makeRunningApplications(*registration, *systemLog);
   const auto authorization = makeLinuxAuthorization(*bundle, *systemLog);
   const auto fileManager = makeFileManager();

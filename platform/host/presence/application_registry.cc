@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <optional>
 #include <tuple>
 #include <utility>
@@ -13,6 +14,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "product/identifiers.h"
@@ -79,9 +81,21 @@ bool lockForLife(const FileDescriptor& file) {
   return true;
 }
 
-bool writePid(const FileDescriptor& file) {
-  const std::string pid = std::to_string(::getpid());
-  return ::write(file.get(), pid.data(), pid.size()) == static_cast<ssize_t>(pid.size());
+bool writeAll(const FileDescriptor& file, const std::string& text) {
+  return ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+bool isHeld(const FileDescriptor& file) {
+  if (::flock(file.get(), LOCK_SH | LOCK_NB) != 0) return errno == EWOULDBLOCK;
+  ::flock(file.get(), LOCK_UN);
+  return false;
+}
+
+// What the file says; ours are short.
+std::string readText(const FileDescriptor& file) {
+  std::array<char, 256> text;
+  const ssize_t size = ::pread(file.get(), text.data(), text.size(), 0);
+  return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
 // The names in the folder that begin with the prefix.
@@ -117,11 +131,14 @@ std::optional<timespec> heldSince(const FileDescriptor& folder, const std::strin
 
 // Makes the file without a name, locks it and gives it the name: it never stands there unlocked.
 // 0 or an error number.
-int announceAtOnce(const FileDescriptor& folder, const std::string& name, FileDescriptor& lock) {
+int announceAtOnce(const FileDescriptor& folder, const std::string& name,
+                   const std::string& contents, FileDescriptor& lock) {
   FileDescriptor file(::openat(folder.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
   if (!file) return errno;
   const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-  if (::fchmod(file.get(), kFileMode) != 0 || !lockForLife(file) || !writePid(file)) return EIO;
+  if (::fchmod(file.get(), kFileMode) != 0 || !lockForLife(file) || !writeAll(file, contents)) {
+    return EIO;
+  }
   if (::linkat(AT_FDCWD, self.c_str(), folder.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
     return errno;
   }
@@ -131,11 +148,12 @@ int announceAtOnce(const FileDescriptor& folder, const std::string& name, FileDe
 
 // For file systems and sandboxes that do not allow that. Whoever looks in between does not see us
 // yet, but we shall see him.
-int announceStepwise(const FileDescriptor& folder, const std::string& name, FileDescriptor& lock) {
+int announceStepwise(const FileDescriptor& folder, const std::string& name,
+                     const std::string& contents, FileDescriptor& lock) {
   constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC;
   FileDescriptor file(::openat(folder.get(), name.c_str(), kFlags, 0600));
   if (!file) return errno;
-  if (::fchmod(file.get(), kFileMode) != 0 || !lockForLife(file) || !writePid(file)) {
+  if (::fchmod(file.get(), kFileMode) != 0 || !lockForLife(file) || !writeAll(file, contents)) {
     ::unlinkat(folder.get(), name.c_str(), 0);
     return EIO;
   }
@@ -145,15 +163,55 @@ int announceStepwise(const FileDescriptor& folder, const std::string& name, File
 
 }  // namespace
 
-ApplicationRegistry::ApplicationRegistry(std::string_view identifier)
-    : identifier_(identifier), user_(::geteuid()), folder_(registryFolder(user_)) {
+ApplicationRegistry::ApplicationRegistry(std::string_view identifier, std::string_view note)
+    : identifier_(identifier),
+      contents_(std::to_string(::getpid())),
+      user_(::geteuid()),
+      folder_(registryFolder(user_)) {
+  if (!note.empty()) contents_.append("\n").append(note);
   const bool canBeNamed =
       !identifier_.empty() && identifier_.find_first_of("/@") == std::string::npos;
   if (canBeNamed) announce();
 }
 
-ApplicationRegistry::~ApplicationRegistry() {
+ApplicationRegistry::~ApplicationRegistry() { withdraw(); }
+
+void ApplicationRegistry::withdraw() {
   if (!file_.empty()) ::unlink((folder_ + "/" + file_).c_str());
+  lock_.reset();
+  file_.clear();
+  identifier_.clear();
+}
+
+FileDescriptor ApplicationRegistry::openHeld(const RunningApplication& application) const {
+  constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC;
+  const std::string name = application.bundleIdentifier + "@" + application.instance;
+  FileDescriptor file;
+  if (const FileDescriptor folder = openFolder(folder_, user_)) {
+    file.reset(::openat(folder.get(), name.c_str(), kFlags));
+  }
+  if (file && !isHeld(file)) file.reset();
+  return file;
+}
+
+std::string ApplicationRegistry::note(const RunningApplication& application) const {
+  const FileDescriptor file = openHeld(application);
+  const std::string text = file ? readText(file) : std::string();
+  const auto end = text.find('\n');
+  return end == std::string::npos ? std::string() : text.substr(end + 1);
+}
+
+// The file is still held after the process has been opened: so the process that is open is its
+// holder.
+bool ApplicationRegistry::signal(const RunningApplication& application, int signal) const {
+  const FileDescriptor file = openHeld(application);
+  if (!file) return false;
+  const long pid = std::strtol(readText(file).c_str(), nullptr, 10);
+  if (pid <= 1 || pid > std::numeric_limits<pid_t>::max()) return false;
+  const FileDescriptor process(
+      static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(pid), 0)));
+  return process && isHeld(file) &&
+         ::syscall(SYS_pidfd_send_signal, process.get(), signal, nullptr, 0) == 0;
 }
 
 void ApplicationRegistry::announce() {
@@ -162,8 +220,8 @@ void ApplicationRegistry::announce() {
   const std::string base = identifier_ + "@" + std::to_string(::getpid());
   for (int i = 1; folder && i <= kTries; ++i) {
     std::string name = i == 1 ? base : base + "-" + std::to_string(i);
-    int error = announceAtOnce(folder, name, lock_);
-    if (error != 0 && error != EEXIST) error = announceStepwise(folder, name, lock_);
+    int error = announceAtOnce(folder, name, contents_, lock_);
+    if (error != 0 && error != EEXIST) error = announceStepwise(folder, name, contents_, lock_);
     if (error == 0) file_ = std::move(name);
     if (error != EEXIST) return;
   }

@@ -31,11 +31,16 @@ namespace tarvel {
 
 class SystemLog;
 
+// A viewer tells the helper that it starts by this variable of its environment, the helper all
+// viewers by this note: it is to end with the last of them.
+inline constexpr const char* kStartedByViewerVariable = "TARVEL_STARTED_BY_VIEWER";
+inline constexpr std::string_view kStartedByViewerNote = "started by a viewer";
+
 class ApplicationRegistry {
  public:
   // Registers the calling process under the identifier until the object ends; an empty identifier
-  // only looks.
-  explicit ApplicationRegistry(std::string_view identifier = {});
+  // only looks. The note, one line, stands in the file below the process id.
+  explicit ApplicationRegistry(std::string_view identifier = {}, std::string_view note = {});
   ~ApplicationRegistry();
   ApplicationRegistry(const ApplicationRegistry&) = delete;
   ApplicationRegistry& operator=(const ApplicationRegistry&) = delete;
@@ -44,13 +49,25 @@ class ApplicationRegistry {
   // nobody runs, and three more for each instance.
   std::vector<RunningApplication> running(std::string_view identifier) const;
 
+  // Ends the registration early: the process does not run any more for whoever looks, oneself too.
+  void withdraw();
+
+  // The note of an instance; empty without one, and where the instance has ended.
+  std::string note(const RunningApplication& application) const;
+
+  // Sends the signal to the process that holds the instance's file locked, and to no other: one
+  // that has been given its number meanwhile is safe. Whether it was sent.
+  bool signal(const RunningApplication& application, int signal) const;
+
   // Where the files lie; empty where there is no registry.
   const std::string& folder() const { return folder_; }
 
  private:
   void announce();
+  FileDescriptor openHeld(const RunningApplication& application) const;
 
   std::string identifier_;
+  std::string contents_;  // of our file: the process id, and the note on a line of its own
   uid_t user_;
   std::string folder_;   // empty: no registry
   std::string file_;     // our file's name; empty: not registered
