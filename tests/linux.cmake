@@ -3,6 +3,7 @@ add_library(fake_nvidia MODULE fake_nvidia.cc)
 target_compile_definitions(linux_smc_test PRIVATE
   TARVEL_FAKE_NVIDIA="$<TARGET_FILE:fake_nvidia>")
 add_dependencies(linux_smc_test fake_nvidia)
+tarvel_test(run_loop SOURCES run_loop_test.cc USES tarvel_app tarvel_linux tarvel_recorded)
 tarvel_test(linux_ata SOURCES linux_ata_test.cc USES tarvel_linux tarvel_smart)
 
 # The program around the disk reader that scripts/ata-guest runs in a guest.

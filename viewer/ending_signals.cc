@@ -7,9 +7,10 @@ namespace tarvel::viewer {
 
 EndingSignals::EndingSignals() {
   ::sigemptyset(&signals_);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) ::sigaddset(&signals_, signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
+    ::sigaddset(&signals_, signal);
   ::sigprocmask(SIG_BLOCK, &signals_, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
 }
 
 bool EndingSignals::within(std::chrono::milliseconds time) const {

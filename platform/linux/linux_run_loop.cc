@@ -6,8 +6,12 @@
 #include <csignal>
 #include <cstdint>
 #include <deque>
+#include <map>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -29,21 +33,50 @@ using Clock = std::chrono::steady_clock;
 sigset_t terminationSignals() {
   sigset_t signals;
   ::sigemptyset(&signals);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&signals, signal);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) ::sigaddset(&signals, signal);
   return signals;
 }
+
+// Memory that cannot be had ends the work that needed it and nothing else.
+void runOrDrop(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+// How many runs of each operation have not ended. Threads may outlive the run loop.
+class OutstandingRuns {
+ public:
+  bool begin(const std::string& operation) {
+    constexpr int kMost = 2;
+    const std::lock_guard lock(mutex_);
+    int& count = counts_[operation];
+    if (count >= kMost) return false;
+    ++count;
+    return true;
+  }
+  void end(const std::string& operation) {
+    const std::lock_guard lock(mutex_);
+    --counts_[operation];
+  }
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, int> counts_;
+};
 
 class BeatTimer : public Timer {
  public:
   BeatTimer(std::chrono::milliseconds interval, std::function<void()> work)
       : period_(interval), action_(std::move(work)) {}
 
-  void fire() override { action_(); }
+  void fire() override { runOrDrop(action_); }
   Clock::time_point due() const { return next_; }
 
   // Runs the action once, however many firings were missed, and moves to the next one.
   void fireDue() {
-    action_();
+    runOrDrop(action_);
     const auto passed = Clock::now() - next_;
     next_ += (passed / period_ + 1) * period_;
   }
@@ -64,6 +97,7 @@ class PollRunLoop : public LinuxRunLoop {
   PollRunLoop() {
     const sigset_t signals = terminationSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
     signalDescriptor_ = FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     wakeDescriptor_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   }
@@ -84,7 +118,14 @@ class PollRunLoop : public LinuxRunLoop {
 
   void performSelectorInBackground(std::string_view operation,
                                    std::function<void()> action) override {
-    startDetachedThread(operation, std::move(action));
+    const std::string name(operation);
+    if (!outstanding_->begin(name)) return;
+    const bool started =
+        startDetachedThread(operation, [runs = outstanding_, name, work = std::move(action)] {
+          runOrDrop(work);
+          runs->end(name);
+        });
+    if (!started) outstanding_->end(name);
   }
 
   void performSelectorOnMainThread(const std::function<void()>& action) override {
@@ -175,7 +216,7 @@ class PollRunLoop : public LinuxRunLoop {
     while (!terminated_) {
       const auto work = takeDelayed();
       if (!work) return;
-      (*work)();
+      runOrDrop(*work);
     }
   }
 
@@ -190,6 +231,7 @@ class PollRunLoop : public LinuxRunLoop {
   bool terminated_ = false;
   FileDescriptor signalDescriptor_;
   FileDescriptor wakeDescriptor_;
+  const std::shared_ptr<OutstandingRuns> outstanding_ = std::make_shared<OutstandingRuns>();
   std::vector<std::unique_ptr<BeatTimer>> timers_;
   std::mutex delayedMutex_;
   std::deque<Delayed> delayed_;  // by due time, then by order of dispatch

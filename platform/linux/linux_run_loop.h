@@ -4,9 +4,13 @@
 
 #include "platform/run_loop.h"
 
-// The main loop on poll(2): between firings the process sleeps in one system call. SIGTERM, SIGINT
-// and SIGHUP terminate the application. Time is CLOCK_MONOTONIC, which stands still while the
-// machine is suspended.
+// The main loop on poll(2): between firings the process sleeps in one system call. SIGTERM, SIGINT,
+// SIGHUP and SIGQUIT terminate the application; SIGPIPE and SIGXFSZ are ignored, so that a closed
+// log and a file that may not grow are failures of a call and not the end of the process. Time is
+// CLOCK_MONOTONIC, which stands still while the machine is suspended.
+//
+// Two runs of one background operation may be outstanding: where both hang or take long, a third
+// does not happen. Work that runs out of memory is dropped, the application goes on.
 
 namespace tarvel {
 
@@ -17,8 +21,8 @@ class LinuxRunLoop : public RunLoop {
   virtual void run(ApplicationDelegate& application) = 0;
 };
 
-// Blocks the signals in the calling thread and so in all that it starts: to be made before any
-// other thread.
+// Blocks or ignores the signals in the calling thread and so in all that it starts: to be made
+// before any other thread.
 std::unique_ptr<LinuxRunLoop> makeLinuxRunLoop();
 
 }  // namespace tarvel
