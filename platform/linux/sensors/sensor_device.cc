@@ -66,28 +66,29 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
       const std::size_t mine = next_++;
       current_ = mine;
       startedAt_ = SteadyClock::now();
-      changed_.notify_one();
       lock.unlock();
       devices_[mine]->readOnThread();
       lock.lock();
       if (current_ != mine) return;  // another thread has gone on
       current_ = kNoDevice;
     }
-    changed_.notify_one();
+    done_.notify_one();
   }
 
+  // Wakes for the end, and where a device may have exceeded its limit.
   void supervise(const ReadingLimits& limits) {
     const auto end = SteadyClock::now() + limits.all;
+    startedAt_ = SteadyClock::now();
     bool reading = startThread();
     std::unique_lock lock(mutex_);
     while (reading && !isDone()) {
-      const std::size_t seen = current_;
-      const auto until = seen == kNoDevice ? end : std::min(end, startedAt_ + limits.device);
-      const bool moved =
-          changed_.wait_until(lock, until, [&] { return current_ != seen || isDone(); });
-      if (moved) continue;
+      const auto until = std::min(end, startedAt_ + limits.device);
+      if (done_.wait_until(lock, until, [&] { return isDone(); })) break;
+      const bool isLate = SteadyClock::now() >= startedAt_ + limits.device;
+      if (until < end && !isLate) continue;  // another device is being read by now
       current_ = kNoDevice;
       reading = until < end && next_ < devices_.size() && startThread();
+      startedAt_ = SteadyClock::now();
     }
     for (; next_ < devices_.size(); ++next_) {
       devices_[next_]->busy_.store(false, std::memory_order_relaxed);
@@ -98,7 +99,7 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
 
   const SensorDevices devices_;
   std::mutex mutex_;  // guards what follows
-  std::condition_variable changed_;
+  std::condition_variable done_;
   std::size_t next_ = 0;             // the first that no thread has taken
   std::size_t current_ = kNoDevice;  // the one that the latest thread reads
   SteadyClock::time_point startedAt_;
