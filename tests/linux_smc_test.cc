@@ -450,6 +450,14 @@ TEST(LinuxSMC, ShowsWhatIsOffAsOff) {
   EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "1500", "30.00"));
   machine.sys.write(status, "suspended\n");
   EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "0", "0.00"));
+  // One that may sleep is not kept from it: four cycles of three seconds pass between readings.
+  machine.sys.write("devices/parent0/power/control", "auto\n");
+  machine.sys.write(status, "active\n");
+  for (int cycle = 0; cycle < 5; ++cycle) {
+    machine.set("0", "power1_input", std::to_string(cycle + 1) + "0000000");
+    const char* power = cycle < 4 ? "10.00" : "50.00";
+    EXPECT_EQ(machine.cycle(), expected({"GPU Diode=60"}, "1500", power)) << cycle;
+  }
 }
 
 // Drivers whose readings differ from others in form: what their files say, and what is shown.

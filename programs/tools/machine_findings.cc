@@ -22,16 +22,18 @@ namespace {
 constexpr const char* kGenericIcon = "application-x-executable";
 constexpr std::size_t kIdentifyLength = 512;
 
-// CVE-2020-8694: from the energy of instructions others' secrets can be told.
+// CVE-2020-8694: the energy of its instructions betrays what a program computes.
 constexpr const char* kClosedCounters =
     "the energy counters are root's alone, since they betray what other programs compute; where "
     "all "
-    "who use the machine are trusted, an administrator may start tarvel-helper@USER.service";
+    "users are trusted, an administrator may start tarvel-helper@USER.service";
+// What the sequence of commands ends with; docs/sensors.md has all of it.
 constexpr const char* kRawReading =
-    "sudo modprobe drivetemp: commands from here switch the disk's S.M.A.R.T. on, read, and leave "
-    "it "
-    "switched off, also for other monitors";
+    "sudo modprobe drivetemp: our commands leave the disk's S.M.A.R.T. switched off, also for "
+    "other "
+    "monitors";
 
+// A machine without sensors is mostly no real one, and then no driver would help.
 bool isVirtualMachine() {
   std::ifstream file("/proc/cpuinfo");
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
@@ -65,6 +67,7 @@ Finding controllerFinding(const SensorScan& scan) {
   return {subject, State::missing, "no sensor that stands for a key", "", {{"source", "none"}}};
 }
 
+// What the kernel shows, whether it has a key or not.
 Finding chipFinding(const std::vector<Chip>& chips) {
   Finding finding{"sensor chips", State::ok, "", "", {{"chips", Json::array()}}};
   for (const auto& chip : chips) {
@@ -91,6 +94,7 @@ bool hasClosedEnergyCounter(const std::vector<Chip>& chips) {
   return false;
 }
 
+// One of the five kinds of sensors, and what would help where none answers.
 Finding kindFinding(const std::string& kind, std::size_t count, const std::string& step) {
   Finding finding{kind, State::ok, counted(count, "sensor"), "", {{"count", count}}};
   if (count > 0) return finding;
@@ -135,6 +139,7 @@ Findings kindFindings(const std::vector<Chip>& chips, const Counts& counts) {
           kindFinding("powers", counts.powers, power)};
 }
 
+// A disk that drivetemp watches. Its identity is the kernel's, which keeps it since Linux 5.5.
 Finding watchedDisk(Finding finding, const AtaDisk& disk) {
   finding.found = "by the kernel's drivetemp, which everybody may read";
   if (cachedIdentifyData(disk).size() == kIdentifyLength) return finding;
@@ -195,6 +200,7 @@ Findings diskFindings(const MachineRoots& roots) {
   return findings;
 }
 
+// Names of processes are shown with icons of the theme; the generic one stands in for missing ones.
 Finding iconFinding(const std::vector<std::string>& folders) {
   const auto icons = userIconFolders(folders);
   const bool generic = !iconFiles(kGenericIcon, icons).empty();

@@ -12,6 +12,15 @@ namespace {
 constexpr std::chrono::milliseconds kBetweenTwoLooks{100};
 constexpr double kMillion = 1e6;
 
+// The drivers of graphics cards let them sleep five seconds after their last use.
+constexpr std::chrono::seconds kBetweenUses{12};
+
+// A file beside the status of a device's power management; empty where there is no such status.
+std::string besideStatus(const std::string& statusFile, std::string_view name) {
+  const auto slash = statusFile.rfind('/');
+  return slash == statusFile.npos ? "" : statusFile.substr(0, slash + 1).append(name);
+}
+
 std::optional<std::int64_t> numberIn(AttributeFile& file, const SensorFile& source) {
   const auto number = source.number ? source.number() : file.readInteger();
   return number && *number >= source.lowest && *number <= source.highest ? number : std::nullopt;
@@ -34,7 +43,9 @@ bool SensorFile::operator==(const SensorFile& other) const {
 }
 
 FileSensors::FileSensors(std::string statusFile, std::vector<SensorFile> files, SensorClock clock)
-    : clock_(std::move(clock)), status_(std::move(statusFile)) {
+    : clock_(std::move(clock)),
+      status_(std::move(statusFile)),
+      control_(besideStatus(status_.path(), "control")) {
   for (auto& file : files) sensors_.emplace_back(std::move(file));
 }
 
@@ -61,7 +72,12 @@ bool FileSensors::ask(std::size_t sensor) {
 
 void FileSensors::read() {
   const bool sleeps = isAsleep();
-  if (!sleeps) beginCounting();
+  if (sleeps) {
+    usedAt_.reset();
+  } else {
+    letRest();
+    beginCounting();
+  }
   for (Sensor& sensor : sensors_) {
     if (!std::exchange(sensor.wanted, false)) continue;
     if (sleeps) {
@@ -70,6 +86,7 @@ void FileSensors::read() {
       continue;
     }
     const bool wasGone = sensor.file.gone();
+    sensor.tried = true;
     sensor.incoming = take(sensor);
     lostFileNow_ = lostFileNow_ || (sensor.file.gone() && !wasGone);
   }
@@ -94,6 +111,16 @@ bool FileSensors::isAsleep() {
   std::array<char, 32> buffer;
   const auto status = status_.read(buffer);
   return status && !status->starts_with("active") && !status->starts_with("unsupported");
+}
+
+// Forgets what is wanted of a device that may sleep and was used a short time ago, but for sensors
+// that were never read.
+void FileSensors::letRest() {
+  if (status_.path().empty() || !startsWith(control_, "auto")) return;
+  const auto now = clock_.now();
+  const bool rests = usedAt_ && now - *usedAt_ < kBetweenUses;
+  if (!rests) usedAt_ = now;
+  for (Sensor& sensor : sensors_) sensor.wanted = sensor.wanted && !(rests && sensor.tried);
 }
 
 // Looks at the counters that cannot be compared with what they were, and waits for the second look;

@@ -43,7 +43,9 @@ struct SensorFile {
 class FileSensors : public SensorDevice {
  public:
   // The status file says whether the device sleeps; reading its sensors would wake it. Empty: it
-  // never does.
+  // never does. A device that may sleep (its "power/control" is "auto") falls asleep some time
+  // after it was last used, and a reading uses it: so it is left alone for longer than that in
+  // between.
   FileSensors(std::string statusFile, std::vector<SensorFile> files, SensorClock clock);
 
   // While the device sleeps, what is 0 then reads 0, and everything else as it last did. Counters
@@ -88,18 +90,22 @@ class FileSensors : public SensorDevice {
     bool asked = false;   // in this cycle
     bool served = false;  // no further reading of it in this cycle
     bool wanted = false;
+    bool tried = false;  // the reading thread's
     std::optional<double> incoming{};
     std::optional<double> reading{};
     bool everPositive = false;
   };
 
   bool isAsleep();
+  void letRest();
   void beginCounting();
   EnergyLookTime lookTime() const { return {clock_.now(), clock_.suspended()}; }
   std::optional<double> take(Sensor& sensor) const;
 
   const SensorClock clock_;
   AttributeFile status_;
+  AttributeFile control_;
+  std::optional<MonotonicTime> usedAt_;  // the reading thread's
   std::vector<Sensor> sensors_;
   bool lostFileNow_ = false;  // the reading thread's
   bool lostFile_ = false;
