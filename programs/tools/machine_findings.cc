@@ -25,13 +25,11 @@ constexpr std::size_t kIdentifyLength = 512;
 // CVE-2020-8694: the energy of its instructions betrays what a program computes.
 constexpr const char* kClosedCounters =
     "the energy counters are root's alone, since they betray what other programs compute; where "
-    "all "
-    "users are trusted, an administrator may start tarvel-helper@USER.service";
+    "all users are trusted, an administrator may start tarvel-helper@USER.service";
 // What the sequence of commands ends with; docs/sensors.md has all of it.
 constexpr const char* kRawReading =
     "sudo modprobe drivetemp: our commands leave the disk's S.M.A.R.T. switched off, also for "
-    "other "
-    "monitors";
+    "other monitors";
 
 // A machine without sensors is mostly no real one, and then no driver would help.
 bool isVirtualMachine() {
