@@ -55,17 +55,18 @@ const Application* byUnit(const std::string& folder, const DesktopIndex& index) 
   return nullptr;
 }
 
-// Whether a process sees the mounts that this one sees: then it is in no sandbox. Told by the
-// kernel alone, without a look into any file system.
-bool isInOurNamespace(const std::string& folder) {
+// Whether there may be a sandbox to look into: not where the process sees the mounts that this one
+// sees, nor where its root is closed to us. Told by the kernel without a look at any file system.
+bool mayBeSandboxed(const std::string& folder) {
   std::error_code error;
   const auto theirs = std::filesystem::read_symlink(folder + "/ns/mnt", error);
-  return !error && theirs == std::filesystem::read_symlink("/proc/self/ns/mnt", error);
+  if (error) return error != std::errc::permission_denied;
+  return theirs != std::filesystem::read_symlink("/proc/self/ns/mnt", error);
 }
 
 const Application* bySandbox(const std::string& folder, const DesktopIndex& index,
                              SandboxLooks& sandboxes) {
-  if (isInOurNamespace(folder)) return nullptr;
+  if (!mayBeSandboxed(folder)) return nullptr;
   const auto name = sandboxes.name(folder);
   return name ? index.withIdentifier(*name) : nullptr;
 }
