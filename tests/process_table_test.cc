@@ -150,15 +150,15 @@ TEST_F(ProcessTableTest, ShowsLoadSinceTheSampleBefore) {
   auto processes = table();
   whileAsleep = [&] {
     EXPECT_EQ(processes.startTime(8), 100U) << "asking does not wait for the second look";
-    put(10, {"busy", 1000ms + 505ms});
+    put(10, {"busy", 1000ms + 505ms});  // in a quarter of a second, by two threads and more
     put(11, {"came", 250ms, 900});
     put(12, {"was hidden", 3600s, 5});
     put(9, {"given anew", 20ms, 901});
     remove(8);
   };
   EXPECT_EQ(processes.lines(ProcessListKind::cpu, 30),
-            cpuLine(10, "busy  ", "50.5") + cpuLine(11, "came  ", "25.0") +
-                cpuLine(9, "given anew ", "2.0") + cpuLine(12, "was hidden ", "0.0"));
+            cpuLine(10, "busy  ", "202.0") + cpuLine(11, "came  ", "100.0") +
+                cpuLine(9, "given anew ", "8.0") + cpuLine(12, "was hidden ", "0.0"));
   EXPECT_EQ(processes.answer("cpu command"), processes.lines(ProcessListKind::cpu, 2));
   EXPECT_FALSE(processes.answer("cpu command "));
   EXPECT_EQ(processes.startTime(9), 901U);
@@ -202,7 +202,7 @@ TEST_F(ProcessTableTest, WorksWithoutProcessorClocks) {
   hasClocks = false;
   put(1, {"a"});
   auto processes = table();
-  whileAsleep = [&] { put(1, {"b", 1500ms}); };
+  whileAsleep = [&] { put(1, {"b", 1125ms}); };
   EXPECT_EQ(processes.lines(ProcessListKind::cpu, 1), cpuLine(1, "b  ", "50.0"));
 }
 

@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds kServesAgain = 500ms;
 constexpr std::chrono::nanoseconds kServesAsFirst = 10s;
-constexpr std::chrono::nanoseconds kBetweenTwo = 1s;
+constexpr std::chrono::nanoseconds kBetweenTwo = 250ms;
 constexpr std::chrono::nanoseconds kUserServes = 10s;
 constexpr std::size_t kMostOwners = 1000;
 
