@@ -45,6 +45,11 @@ const DisplayRow* Controller::selected() const {
 }
 
 const Cursor& Controller::cursor() {
+  const auto& panels = model_.panels();
+  const bool hasSensors = std::any_of(panels.begin(), panels.end(), [](const PanelView& view) {
+    return !view.isList && !view.rows.empty();
+  });
+  if (hasSensors) at_.sources.request();
   if (panel().rows.empty()) focusNext(1);
   const auto& rows = panel().rows;
   const auto found = std::find_if(rows.begin(), rows.end(),

@@ -8,6 +8,7 @@
 
 #include "programs/dashboard/graphs.h"
 #include "viewer/machine/amounts.h"
+#include "viewer/panels.h"
 
 namespace tarvel::viewer {
 
@@ -123,6 +124,11 @@ void paintDetails(Screen& screen, Model& model, const Cursor& cursor) {
   if (row.pid > 0) addProcess(lines, row, model, width);
   if (!view.isList) {
     if (row.sensor != row.name) lines.push_back("sensor    " + row.sensor);
+    if (const auto source = cursor.sources.of(shortName(view.name), row.sensor, row.place)) {
+      lines.push_back("from      " + source->chip);
+      lines.push_back("file      " + source->file);
+      if (!source->model.empty()) lines.push_back("drive     " + source->model);
+    }
     lines.push_back(row.isHidden ? "hidden    yes" : "hidden    no");
   }
   paintBox(screen, row.name, lines);

@@ -117,7 +117,11 @@ void paintPanel(Screen& screen, Model& model, const PlacedPanel& placed, const C
     if (view.isList) {
       paintListRow(screen, model, view.rows[index], line, cursor.showsColumns, rowInk);
     } else {
-      paintSensorRow(screen, model, view.rows[index], line, rowInk);
+      const auto& row = view.rows[index];
+      const auto source = cursor.sources.of(shortName(view.name), row.sensor, row.place);
+      const std::string text =
+          !source ? "" : (source->model.empty() ? source->chip : source->model);
+      paintSensorRow(screen, model, row, text, line, rowInk);
     }
   }
 }

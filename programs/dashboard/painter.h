@@ -7,6 +7,7 @@
 
 #include "programs/dashboard/layout.h"
 #include "programs/dashboard/screen.h"
+#include "programs/dashboard/source_listing.h"
 #include "viewer/model.h"
 #include "viewer/process_target.h"
 
@@ -29,6 +30,7 @@ struct Cursor {
   std::string targetName;
   DisplayRow detailed;  // the row of the details, as it was last
   std::string message;  // of the last action, shown once
+  SourceListing sources;
 };
 
 // What stands where, for the mouse.

@@ -131,7 +131,8 @@ void paintListRow(Screen& screen, Model& model, const DisplayRow& row, Box line,
   }
 }
 
-void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row, Box line, Ink ink) {
+void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row,
+                    const std::string& source, Box line, Ink ink) {
   int right = line.left + line.width;
   const Series* series = model.history().of(row.id);
   // Volts and amperes have no natural scale: their own range stands beside the graph.
@@ -151,7 +152,10 @@ void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row, B
                Ink::kDim);
   }
   const std::string name = row.isHidden ? "(" + row.name + ")" : row.name;
-  screen.put(line.top, line.left, right - line.left - 1, name, row.isHidden ? Ink::kDim : ink);
+  const int left =
+      line.left + 2 +
+      screen.put(line.top, line.left, right - line.left - 1, name, row.isHidden ? Ink::kDim : ink);
+  if (right - left > 6) screen.put(line.top, left, right - left - 1, source, Ink::kDim);
 }
 
 }  // namespace tarvel::viewer

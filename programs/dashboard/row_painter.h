@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "programs/dashboard/painter.h"
 
 // One row of a panel, and the heads above a list's rows.
@@ -17,6 +20,8 @@ std::vector<Picture::Head> paintHeads(Screen& screen, const PanelView& panel, Bo
 void paintListRow(Screen& screen, Model& model, const DisplayRow& row, Box line, bool showsColumns,
                   Ink ink);
 
-void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row, Box line, Ink ink);
+// The source stands dim behind the name, where there is room.
+void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row,
+                    const std::string& source, Box line, Ink ink);
 
 }  // namespace tarvel::viewer
