@@ -5,14 +5,13 @@
 #include <string>
 #include <string_view>
 
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/image/png_reader.h"
 #include "platform/image/raster_scaling.h"
 #include "platform/image/tiff_writer.h"
 #include "platform/image/xpm_reader.h"
+#include "programs/icon/confinement.h"
 #include "programs/icon/svg_reader.h"
 
 // tarvel-icon POINTS PIXELS: draws the icon file on standard input (PNG, SVG or XPM) to standard
@@ -26,29 +25,8 @@ namespace {
 
 using namespace tarvel;
 
-constexpr rlim_t kMemory = 512U << 20;    // bytes
-constexpr rlim_t kProcessorTime = 2;      // seconds
-constexpr rlim_t kFileSize = 8U << 20;    // bytes
 constexpr std::size_t kInput = 4U << 20;  // bytes
 constexpr double kVectorPoints = 48;
-
-bool limit(int resource, rlim_t most) {
-  const rlimit both = {most, most};
-  return ::setrlimit(static_cast<__rlimit_resource_t>(resource), &both) == 0;
-}
-
-// The address sanitizer maps terabytes for its own book-keeping.
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kLimitsMemory = false;
-#else
-constexpr bool kLimitsMemory = true;
-#endif
-
-bool confine() {
-  return (!kLimitsMemory || limit(RLIMIT_AS, kMemory)) && limit(RLIMIT_CPU, kProcessorTime) &&
-         limit(RLIMIT_FSIZE, kFileSize) && limit(RLIMIT_CORE, 0) &&
-         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
-}
 
 std::string readInput() {
   std::string input;
