@@ -169,6 +169,27 @@ TEST_F(RemovalTest, SaysWhetherTheUserWasAsked) {
   EXPECT_TRUE(fs::exists(bundle));
 }
 
+TEST_F(RemovalTest, UsesNoRightsOfRootInFoldersOfOthers) {
+  if (::geteuid() != 0) GTEST_SKIP() << "not root";
+  constexpr uid_t kUser = 4711;
+  const auto give = [&](const fs::path& path) { return ::chown(path.c_str(), kUser, 0) == 0; };
+  ASSERT_TRUE(give(folder));
+  EXPECT_EQ(remove(bundle), kDenied) << "the user could put a link in its place";
+  EXPECT_EQ(log.lines.size(), 1U);
+  for (const auto& entry : fs::recursive_directory_iterator(bundle)) ASSERT_TRUE(give(entry));
+  ASSERT_TRUE(give(bundle));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setenv("PATH", "/nowhere", 1);  // no pkexec
+    const bool changed = ::setgid(kUser) == 0 && ::setuid(kUser) == 0;
+    ::_exit(changed && remove(bundle) == 0 ? 0 : 1);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_FALSE(fs::exists(bundle));
+}
+
 // Runs the work at the delay's end, when told.
 class HeldRunLoop : public RunLoop {
  public:

@@ -1,10 +1,13 @@
 #include "platform/linux/bundle_folder.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string_view>
 #include <system_error>
+
+#include <sys/stat.h>
 
 #include "platform/linux/small_file.h"
 
@@ -42,6 +45,18 @@ bool isMountedAtOrBelow(const std::string& path) {
   return false;
 }
 
+// user_namespaces(7): a namespace shows the owners that it does not map as one number.
+uid_t rootSeenFromHere() {
+  constexpr uid_t kUnmapped = 65534;
+  std::ifstream map("/proc/self/uid_map");
+  std::uint64_t inside = 0;
+  std::uint64_t outside = 0;
+  for (std::uint64_t count = 0; map >> inside >> outside >> count;) {
+    if (inside == 0) return 0;
+  }
+  return kUnmapped;
+}
+
 }  // namespace
 
 std::optional<std::string> infoValue(const std::string& infoPlistPath, const std::string& key) {
@@ -57,6 +72,17 @@ std::optional<std::string> infoValue(const std::string& infoPlistPath, const std
   const auto end = text.find("</string>", start);
   if (end == std::string::npos) return std::nullopt;
   return text.substr(start + open.size(), end - start - open.size());
+}
+
+bool belongsToRoot(const std::string& path) {
+  const uid_t root = rootSeenFromHere();
+  for (std::filesystem::path folder = path;; folder = folder.parent_path()) {
+    struct stat status {};
+    if (::lstat(folder.c_str(), &status) != 0 || status.st_uid != root) return false;
+    const bool othersWrite = (status.st_mode & S_IWOTH) != 0;
+    if (!S_ISDIR(status.st_mode) || (othersWrite && (status.st_mode & S_ISVTX) == 0)) return false;
+    if (folder == folder.root_path()) return true;
+  }
 }
 
 std::optional<std::string> whyNotBundleFolder(const std::string& path,

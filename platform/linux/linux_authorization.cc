@@ -27,8 +27,8 @@ constexpr std::int32_t kToolExecuteFailure = -60031;
 constexpr int kPkexecDismissed = 126;
 constexpr int kPkexecDenied = 127;
 
-// Prints the status of pkexec, so that it is not taken for one of the unit around it.
-constexpr const char* kReportStatus = "pkexec \"$@\" >/dev/null; echo $?";
+// Prints the status of a command, so that it is not taken for one of the unit around it.
+constexpr const char* kReportStatus = "\"$@\" >/dev/null; echo $?";
 
 std::int32_t statusOfPkexec(std::optional<int> exitStatus) {
   if (!exitStatus) return kToolExecuteFailure;
@@ -50,8 +50,8 @@ std::int32_t runAsRoot(const std::string& tool, const std::vector<std::string>& 
   return 0;
 }
 
-std::optional<int> runByPkexec(const std::vector<std::string>& command) {
-  const auto child = spawnProgram("pkexec", command);
+std::optional<int> runHere(const std::vector<std::string>& command) {
+  const auto child = spawnProgram(command.front(), {command.begin() + 1, command.end()});
   return child ? std::optional(waitForProgram(*child)) : std::nullopt;
 }
 
@@ -63,6 +63,21 @@ std::optional<int> runInTransientUnit(const std::vector<std::string>& command) {
   int status = 0;
   const auto read = std::from_chars(output.data(), output.data() + output.size(), status);
   return read.ec == std::errc{} ? std::optional(status) : std::nullopt;
+}
+
+bool mayGainNoPrivileges() { return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1; }
+
+// The exit status of pkexec(1).
+std::optional<int> runByPkexec(std::vector<std::string> command) {
+  command.insert(command.begin(), "pkexec");
+  return mayGainNoPrivileges() ? runInTransientUnit(command) : runHere(command);
+}
+
+// A hardened unit sees the home read-only; one of its own does not.
+std::int32_t runAsOneself(const std::vector<std::string>& command) {
+  auto status = runHere(command);
+  if (status != 0 && mayGainNoPrivileges()) status = runInTransientUnit(command);
+  return status == 0 ? 0 : kToolExecuteFailure;
 }
 
 class LinuxAuthorizationReference : public AuthorizationReference {
@@ -78,10 +93,13 @@ class LinuxAuthorizationReference : public AuthorizationReference {
       log_.NSLog("Removal refused: " + *reason);
       return kAuthorizationDenied;
     }
-    if (::geteuid() == 0) return runAsRoot(tool, arguments);
     const auto command = commandOf(tool, arguments);
-    const bool unprivileged = ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
-    return statusOfPkexec(unprivileged ? runInTransientUnit(command) : runByPkexec(command));
+    if (belongsToRoot(arguments.back())) {
+      return ::geteuid() == 0 ? runAsRoot(tool, arguments) : statusOfPkexec(runByPkexec(command));
+    }
+    if (::geteuid() != 0) return runAsOneself(command);
+    log_.NSLog("Removal refused: " + arguments.back() + ": not in folders of root alone");
+    return kAuthorizationDenied;
   }
 
   void AuthorizationFree(std::uint32_t) override {}
