@@ -154,9 +154,15 @@ class Update : public testing::Test {
 };
 
 TEST_F(Update, ASignedNewerBundleTakesThePlaceOfTheOldOneAndIsStarted) {
+  ::setenv("http_proxy", "http://127.0.0.1:1", 1);  // nothing answers there
+  fs::create_directories(home.path() / ".tarvel-update-killed/TarvelHelper.app");
+  fs::permissions(home.path() / "new/TarvelHelper.app/TarvelHelper", fs::perms(06777));
+  pack();
   writeFeed();
   EXPECT_EQ(run(), 0);
   EXPECT_EQ(installedVersion(), "1.2.6");
+  EXPECT_EQ(fs::status(home.path() / "TarvelHelper.app/TarvelHelper").permissions(),
+            fs::perms(0755));
   for (int i = 0; i < 200 && !fs::exists(home.path() / "started"); ++i) usleep(10'000);
   EXPECT_TRUE(fs::exists(home.path() / "started"));
   for (const auto& file : fs::directory_iterator(home.path())) {
@@ -198,6 +204,13 @@ TEST_F(Update, WhateverIsWrongChangesNothing) {
        [&] {
          makeBundle(home.path() / "new/TarvelHelper.app", "1.2.6", "", "org.other");
          pack();
+       },
+       1},
+      {"holding a link",
+       [&] {
+         fs::create_symlink("/etc/passwd", home.path() / "new/TarvelHelper.app/link");
+         pack();
+         fs::remove(home.path() / "new/TarvelHelper.app/link");
        },
        1},
       {"no bundle at all",

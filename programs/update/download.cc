@@ -38,7 +38,20 @@ std::string part(CURLU* url, CURLUPart which) {
   return std::unique_ptr<char, Cleanup>(text).get();
 }
 
+bool isOwnHost(const std::string& host) {
+  return host == "127.0.0.1" || host == "localhost" || host == "[::1]";
+}
+
+std::string hostOf(const std::string& url) {
+  const std::unique_ptr<CURLU, Cleanup> parsed(curl_url());
+  const bool valid =
+      parsed && curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
+  return valid ? part(parsed.get(), CURLUPART_HOST) : std::string();
+}
+
 void configure(CURL* handle, const std::string& url, Sink& sink) {
+  // What is asked of this machine stays on it, whatever proxy the environment names.
+  if (isOwnHost(hostOf(url))) curl_easy_setopt(handle, CURLOPT_PROXY, "");
   curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
   curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
@@ -60,8 +73,7 @@ bool isAllowedAddress(const std::string& url) {
   }
   const std::string scheme = part(parsed.get(), CURLUPART_SCHEME);
   const std::string host = part(parsed.get(), CURLUPART_HOST);
-  const bool own = host == "127.0.0.1" || host == "localhost" || host == "[::1]";
-  return scheme == "https" || (scheme == "http" && own);
+  return scheme == "https" || (scheme == "http" && isOwnHost(host));
 }
 
 std::string download(const std::string& url, std::uint64_t limit) {

@@ -95,15 +95,16 @@ int main(int argc, char** argv) {
     log->NSLog("tarvel-update: arguments: background or interactive, and a bundle, are wanted");
     return 2;
   }
-  std::string outcome;
+  std::string told;  // to the user: nothing of a feed that nobody has signed
   int status = 0;
   try {
-    outcome = lookForUpdate(argv[2]);
+    told = lookForUpdate(argv[2]);
+    log->NSLog(told);
   } catch (const std::exception& reason) {
-    outcome = std::string("Tarvel was not updated: ") + reason.what();
+    told = "Tarvel was not updated. Its log says why.";
+    log->NSLog(std::string("Tarvel was not updated: ") + reason.what());
     status = 1;
   }
-  log->NSLog(outcome);
-  if (mode == "interactive") notify(outcome);
+  if (mode == "interactive") notify(told);
   return status;
 }

@@ -18,10 +18,7 @@ constexpr const char* kService = "tarvel-helper.service";
 
 void endRunningHelpers() {
   const ApplicationRegistry registry;
-  for (const auto& helper : registry.running(kHelperIdentifier)) {
-    const long pid = std::strtol(helper.instance.c_str(), nullptr, 10);
-    if (pid > 1) ::kill(static_cast<pid_t>(pid), SIGTERM);
-  }
+  for (const auto& helper : registry.running(kHelperIdentifier)) registry.signal(helper, SIGTERM);
   for (int i = 0; i < 100 && !registry.running(kHelperIdentifier).empty(); ++i) {
     std::this_thread::sleep_for(50ms);
   }
