@@ -51,6 +51,19 @@ Json recordedAgain(const Json& machine, const PersonalNames& personal) {
                        personal);
 }
 
+TEST(Record, NamesAreFoundInAnyCaseAndCutShort) {
+  const PersonalNames personal({{"/srv/ada", "/home/user"}, {"ada", "user"}, {"lovelace", "host"}});
+  const std::pair<const char*, const char*> rows[] = {
+      {"Ada ADA ada's", "user user user's"},
+      {"adamant Canada", "adamant Canada"},
+      {"ssh ada@LoveLace  ", "ssh user@host  "},
+      {"backup-of-lovel ", "backup-of-host "},  // 15 characters, cut by the kernel
+      {"backup-lovel ", "backup-lovel "},       // shorter ones are whole
+      {"/srv/ada/x", "/home/user/x"},
+      {"10.0.0.17 fe80::1 00:11:22:33:44:55", "address address address"}};
+  for (const auto& [text, removed] : rows) EXPECT_EQ(personal.removedFrom(text), removed);
+}
+
 TEST(Record, AMachineComesBackWithoutWhatIsPersonal) {
   const AtaBlock identify = identifyBlock("DISK");
   const AtaBlock smart = temperatureBlock(40);

@@ -1,5 +1,6 @@
 #include "programs/tarvel/property_list_json.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -12,6 +13,10 @@ namespace {
 
 // Values nest as deep as whoever wrote them likes; this many levels are shown and taken.
 constexpr int kDepthLimit = 100;
+
+// Archives may hold archives, each of them often: of one value this much is read as archives, in
+// bytes, and the rest shown as the data that it is. All readings together have some 100 KB.
+constexpr std::size_t kArchiveLimit = 4 * 1024 * 1024;
 
 std::string base64Of(const Data& data) {
   constexpr std::string_view digits =
@@ -28,33 +33,37 @@ std::string base64Of(const Data& data) {
   return text;
 }
 
-Json jsonAt(const PropertyList& value, int depth);
+Json jsonAt(const PropertyList& value, int depth, std::size_t& archived);
 
 struct ToJson {
   int depth;
+  std::size_t& archived;  // bytes of archives read so far
 
   Json operator()(const std::string& text) const { return text; }
   Json operator()(bool flag) const { return flag; }
   Json operator()(std::int64_t number) const { return number; }
   Json operator()(double number) const { return std::isfinite(number) ? Json(number) : Json(); }
   Json operator()(const Data& data) const {
-    if (const auto object = unarchivedObject(data)) return jsonAt(*object, depth + 1);
+    if (data.size() <= kArchiveLimit - std::min(archived, kArchiveLimit)) {
+      archived += data.size();
+      if (const auto object = unarchivedObject(data)) return jsonAt(*object, depth + 1, archived);
+    }
     return {{"data", base64Of(data)}};
   }
   Json operator()(const Array& array) const {
     Json json = Json::array();
-    for (const auto& element : array) json.push_back(jsonAt(element, depth + 1));
+    for (const auto& element : array) json.push_back(jsonAt(element, depth + 1, archived));
     return json;
   }
   Json operator()(const Dictionary& dictionary) const {
     Json json = Json::object();
-    for (const auto& [key, element] : dictionary) json[key] = jsonAt(element, depth + 1);
+    for (const auto& [key, element] : dictionary) json[key] = jsonAt(element, depth + 1, archived);
     return json;
   }
 };
 
-Json jsonAt(const PropertyList& value, int depth) {
-  return depth > kDepthLimit ? Json() : std::visit(ToJson{depth}, value.value);
+Json jsonAt(const PropertyList& value, int depth, std::size_t& archived) {
+  return depth > kDepthLimit ? Json() : std::visit(ToJson{depth, archived}, value.value);
 }
 
 std::optional<PropertyList> fromJson(const nlohmann::json& json, int depth);
@@ -93,7 +102,10 @@ std::optional<PropertyList> fromJson(const nlohmann::json& json, int depth) {
 
 }  // namespace
 
-Json jsonOf(const PropertyList& value) { return jsonAt(value, 0); }
+Json jsonOf(const PropertyList& value) {
+  std::size_t archived = 0;
+  return jsonAt(value, 0, archived);
+}
 
 std::optional<PropertyList> propertyListOf(std::string_view text) {
   const auto json = nlohmann::json::parse(text, nullptr, false);

@@ -12,10 +12,13 @@ class PersonalNames {
  public:
   using Replacements = std::vector<std::pair<std::string, std::string>>;
 
-  // Each is replaced where it stands as a word or path of its own.
+  // Each is replaced where it stands as a word or path of its own, in any case, and where it is cut
+  // short by the length that the kernel gives to a process's name.
   explicit PersonalNames(Replacements replacements) : replacements_(std::move(replacements)) {}
 
-  // The host name becomes "host", people's names "user", their homes "/home/user".
+  // The host name, whole and without its domain, becomes "host", people's names "user", their homes
+  // "/home/user". People are those of the password file, and of a directory that lists nobody those
+  // who own a process here.
   static PersonalNames ofThisMachine();
 
   // The text without these, and without IP and hardware addresses.
