@@ -12,6 +12,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "platform/linux/process_rights.h"
+
 namespace tarvel {
 namespace {
 
@@ -67,7 +69,10 @@ std::optional<std::int64_t> leadingInteger(std::string_view text) {
 }
 
 std::optional<std::string_view> AttributeFile::read(std::span<char> buffer) {
-  if (!file_) file_.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file_) {
+    const RaisedRights rights;
+    file_.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  }
   if (!file_) return fail();
   const ssize_t length = ::pread(file_.get(), buffer.data(), buffer.size(), 0);
   if (length < 0) return fail();

@@ -5,6 +5,7 @@
 #include <string>
 
 #include <malloc.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "app/app_delegate.h"
@@ -21,6 +22,7 @@
 #include "platform/linux/linux_run_loop.h"
 #include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_updaters.h"
+#include "platform/linux/process_rights.h"
 #include "platform/linux/processes/process_table.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "process/process_usage.h"
@@ -33,6 +35,9 @@ using namespace tarvel;
 
 namespace {
 
+// How much later than asked for the helper may wake, so that its wake-ups join those of others.
+constexpr unsigned long kTimerSlack = 50'000'000;  // nanoseconds
+
 std::string_view noteOfStart() {
   return std::getenv(kStartedByViewerVariable) != nullptr ? kStartedByViewerNote : "";
 }
@@ -40,6 +45,8 @@ std::string_view noteOfStart() {
 }  // namespace
 
 int main() {
+  keepRightsInReserve();
+  ::prctl(PR_SET_TIMERSLACK, kTimerSlack, 0, 0, 0);
   ::mallopt(M_ARENA_MAX, 1);  // threads come and go; an arena of memory for each would stay
   const auto runLoop = makeLinuxRunLoop();
   const auto systemLog = makeSystemLog();

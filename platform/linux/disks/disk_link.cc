@@ -6,6 +6,7 @@
 #include <fcntl.h>
 
 #include "platform/linux/bounded_work.h"
+#include "platform/linux/process_rights.h"
 
 namespace tarvel {
 namespace {
@@ -88,6 +89,7 @@ AtaAnswer DiskLink::sendOnce(const AtaCommand& command, AtaBlock& block) {
   const bool done = workWithDisk(
       state_, options_,
       [work, command, node, disk = descriptor_, size = state_->size, ioctl = options_.ioctl] {
+        const RaisedRights rights;
         if (!*disk) disk->reset(::open(node.c_str(), kOpenFlags));
         if (*disk) work->answer = sendAtaCommand(ioctl, disk->get(), command, size, work->block);
       });
