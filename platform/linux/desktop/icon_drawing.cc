@@ -49,8 +49,12 @@ Data runDrawing(const std::string& program, const std::vector<std::string>& argu
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   const FileDescriptor reading(ends[0]);
   FileDescriptor writing(ends[1]);
+  const FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
   const ChildSetting setting{
-      .descriptors = {{input.get(), STDIN_FILENO}, {writing.get(), STDOUT_FILENO}},
+      // What libraries have to say of a user's file is not for the helper's log.
+      .descriptors = {{input.get(), STDIN_FILENO},
+                      {writing.get(), STDOUT_FILENO},
+                      {nowhere.get(), STDERR_FILENO}},
       .environment = std::vector<std::string>()};
   const auto child = spawnProgram(program, arguments, setting);
   writing.reset();
