@@ -67,6 +67,28 @@ TEST_F(CollectionCycle, RequestsWaitForAViewerAndAreAnsweredOnce) {
   EXPECT_FALSE(stored("CheckHelperUpdates"));
 }
 
+TEST_F(CollectionCycle, StepsAreTakenInTheirOrder) {
+  store("UninstallHelper", true);
+  store("CheckHelperUpdates", true);
+  store("Panels", Array{Array{"any", "1"}, Array{"other", "0"}});
+  const auto trace = replay(Json::object(), 3);  // without a viewer: the first cycle alone
+  EXPECT_EQ(
+      calls(trace, {"boolForKey", "removeObjectForKey", "checkForUpdates"}),
+      (std::vector<std::string>{
+          "boolForKey CheckHelperUpdates", "removeObjectForKey CheckHelperUpdates",
+          "checkForUpdates", "boolForKey UninstallHelper", "removeObjectForKey UninstallHelper"}));
+  const auto removal = calls(trace, {"removeObjectForKey", "performSelectorInBackground"});
+  EXPECT_EQ(removal[2], "performSelectorInBackground UninstallHelper");
+  // Two entries: three counts, two fetches, and one more of the enabled entry.
+  const auto fetched = calls(trace, {"objectForKey"});
+  EXPECT_EQ(std::count(fetched.begin(), fetched.end(), "objectForKey Panels"), 6);
+}
+
+TEST_F(CollectionCycle, AControllerThatComesLateIsNotOpened) {
+  const auto trace = replay({{"running", {"com.Tarvel"}}, {"frames", {{{"smc", kController}}}}}, 3);
+  EXPECT_TRUE(calls(trace, {"IOServiceOpen"}).empty());
+}
+
 // What one cycle starts: process collections by operation, sensor collections by the key written.
 std::vector<std::string> started(const std::vector<Json>& trace) {
   std::vector<std::string> found;

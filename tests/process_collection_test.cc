@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "process/process_usage.h"
 #include "tests/replay_fixture.h"
 
 namespace tarvel {
@@ -39,6 +40,7 @@ TEST_F(ProcessCollection, LinesBecomeRecords) {
        "<name>LaunchCFM</item>",
        {"<name>LaunchCFM" + unknown}},
       {"not UTF-8", {{"base64", "PHBpZD4x/zwvcGlkPjwvaXRlbT4K"}}, {}},
+      {"a closing tag that comes first", "</name><name>LaunchCFM</name></item>", {}},
       {"empty items", "</item></item>\n</item>", {}},
   };
   for (const auto& test : rows) {
@@ -46,6 +48,17 @@ TEST_F(ProcessCollection, LinesBecomeRecords) {
     store("Panels", Array{Array{"ProcessesDash", "1"}});
     replay({{"running", {"com.Tarvel"}}, {"commands", {{"cpu", test.output}}}});
     EXPECT_EQ(storedArray("CPUAppUsage"), PropertyList(test.records)) << test.what;
+  }
+}
+
+TEST(ProcessRecords, TheProcessIdStandsBetweenItsTags) {
+  const std::pair<const char*, std::int32_t> rows[] = {
+      {"<pid>12</pid>", 12}, {"</pid><pid>12</pid>", 12}, {"<pid>12<name>a</name>", 0}, {"12", 0}};
+  for (const auto& [item, expected] : rows) {
+    processRecords(item, kCPUSampler, [&](std::int32_t pid, const std::string&) {
+      EXPECT_EQ(pid, expected) << item;
+      return std::string();
+    });
   }
 }
 

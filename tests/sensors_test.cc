@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "sensors/electrical_keys.h"
+#include "sensors/fan_names.h"
 #include "sensors/fan_sensors.h"
 #include "sensors/temp_sensors.h"
 #include "sensors/temperature_keys.h"
@@ -43,11 +44,32 @@ struct Machine {
   }
 };
 
-TEST(Tables, HoldEveryKeyOnce) {
-  EXPECT_EQ(kVoltages.size(), 35U);
-  EXPECT_EQ(kCurrents.size(), 36U);
-  EXPECT_EQ(kPowers.size(), 27U);
-  EXPECT_EQ(kTemperatures.size(), 118U);
+// FNV-1a of 64 bits over the table's lines "key=name\n".
+std::uint64_t digestOf(SensorNames table) {
+  std::uint64_t digest = 0xcbf29ce484222325;
+  for (const auto& row : table) {
+    for (const char c : std::string(row.key) + "=" + std::string(row.display) + "\n") {
+      digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    }
+  }
+  return digest;
+}
+
+// The digests were worked out from the published tables, apart from this code.
+TEST(Tables, HoldEveryKeyOnceAndItsName) {
+  const struct {
+    SensorNames table;
+    std::size_t size;
+    std::uint64_t digest;
+  } tables[] = {{kVoltages, 35, 0xe7e824417d9ef439},
+                {kCurrents, 36, 0x60b26ee27a00050c},
+                {kPowers, 27, 0xff0ee900e1db6b8e},
+                {kTemperatures, 118, 0xaa97decd22c63bf3},
+                {kFanNames, 13, 0x8da4e13de32e7f53}};
+  for (const auto& [table, size, digest] : tables) {
+    EXPECT_EQ(table.size(), size);
+    EXPECT_EQ(digestOf(table), digest) << table.front().display;
+  }
   std::multiset<std::string_view> keys;
   for (const auto table : {SensorNames(kVoltages), SensorNames(kCurrents), SensorNames(kPowers),
                            SensorNames(kTemperatures)}) {
@@ -57,6 +79,18 @@ TEST(Tables, HoldEveryKeyOnce) {
     EXPECT_EQ(key.size(), 4U);
     EXPECT_EQ(keys.count(key), key == "Tp0P" ? 2U : 1U) << key;
   }
+}
+
+TEST(Fans, SpeedsAreReadBeforeTheName) {
+  Machine machine;
+  machine.smc.keys["FNum"] = {"ui8 ", 1, {1}};
+  SMCFanSensors(machine.session).getFans();
+  std::string order;
+  for (const auto& request : machine.smc.requests) {
+    const std::string key(request.rend() - 4, request.rend());
+    if (request[42] == 9) order += key + " ";
+  }
+  EXPECT_EQ(order, "FNum F0Ac F0Mn F0Mx F0ID ");
 }
 
 TEST(Temps, NumberTheCoresThatAnswer) {

@@ -1,9 +1,12 @@
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include "smc/key_codes.h"
 #include "smc/smc_wrapper.h"
@@ -26,6 +29,30 @@ struct Machine {
     smc.keys[key] = {type, static_cast<std::uint32_t>(bytes.size()), bytes};
   }
 };
+
+// Whoever reads the output through a pipe sees it at once.
+TEST(SMC, WhatItSaysIsFlushed) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  std::fflush(stdout);
+  const int saved = ::dup(STDOUT_FILENO);
+  ::dup2(ends[1], STDOUT_FILENO);
+  FakeSMC smc;
+  smc.match = {0, 0};
+  KeptLog log;
+  SMCSession session(smc, log);
+  session.sharedWrapper();
+  ::close(ends[1]);
+  std::string said(100, ' ');
+  pollfd output = {ends[0], POLLIN, 0};
+  const bool come = ::poll(&output, 1, 1000) > 0;
+  ::dup2(saved, STDOUT_FILENO);
+  ::close(saved);
+  ASSERT_TRUE(come);
+  said.resize(static_cast<std::size_t>(::read(ends[0], said.data(), said.size())));
+  ::close(ends[0]);
+  EXPECT_EQ(said, "Error: no SMC found\n");
+}
 
 TEST(SMC, DecodesEveryType) {
   const Bytes huge = {0, 0, 0x80, 0x7F};

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "platform/running_applications.h"
 #include "tests/replay_fixture.h"
 
 namespace tarvel {
@@ -39,6 +40,9 @@ TEST_F(StartUp, AFirstInstanceDoesEverythingInItsOrder) {
   EXPECT_EQ(names(trace), expected);
   const auto launch = std::find_if(trace.begin(), trace.end(),
                                    [](const Json& line) { return line["call"] == "launch"; });
+  for (const auto place : {4, 6}) EXPECT_EQ(trace[place]["identifier"], "com.Tarvel.Helper");
+  EXPECT_EQ(trace[5]["value"], true);
+  EXPECT_EQ(trace[7]["seconds"], 14400);
   EXPECT_EQ((*launch)["path"], "/bin/launchctl");
   EXPECT_EQ((*launch)["arguments"],
             Json({"load", "/Library/LaunchAgents/com.Tarvel.Helper.plist"}));
@@ -56,6 +60,31 @@ TEST_F(StartUp, ASecondInstanceActivatesTheFirstAndTouchesNoStore) {
                                       "activateWithOptions", "terminate", "removeItemAtPath"}));
   EXPECT_EQ(trace[1]["options"], 3);
   EXPECT_FALSE(stored("TarvelHelperVersion"));
+}
+
+// Two helpers, this one first.
+class Helpers : public RunningApplications {
+ public:
+  std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
+      std::string_view identifier) override {
+    return {{std::string(identifier), "own", true}, {std::string(identifier), "other", false}};
+  }
+  void activateWithOptions(const RunningApplication& application, std::uint32_t) override {
+    activated.push_back(application.instance);
+  }
+
+  std::vector<std::string> activated;
+};
+
+TEST_F(StartUp, ASecondInstanceActivatesNotItself) {
+  recorded::RecordedPlatform machine{recorded::Recording(1)};
+  const auto p = machine.platform();
+  Helpers helpers;
+  AppDelegate delegate({p.appleSMC, p.ataSmart, p.authorization, p.mainBundle, p.fileManager,
+                        p.archiver, p.runLoop, helpers, p.systemLog, p.tasks, p.updaters,
+                        p.userDefaults, p.workspace});
+  machine.run(delegate, 1, true);
+  EXPECT_EQ(helpers.activated, std::vector<std::string>{"other"});
 }
 
 TEST_F(StartUp, ARequestToClearTheSensorsIsAnsweredBeforeTheFirstCycle) {
@@ -110,6 +139,8 @@ TEST_F(StartUp, TheFirstUpdateCheckComesAMinuteAfterTheStart) {
   EXPECT_EQ((*check)["cycle"], 21);  // 20 intervals of 3 s after the first
   EXPECT_EQ((*check)["thread"], "main");
   EXPECT_EQ((*(check - 1))["call"], "updaterForBundle");
+  EXPECT_EQ((*(check - 1))["identifier"], "com.Tarvel.Helper");
+  EXPECT_EQ((*(check - 2))["cycle"], 20) << "what is due comes before the cycle";
 }
 
 }  // namespace
