@@ -10,3 +10,10 @@ add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools TarvelHelper)
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
 
 tarvel_test(tools SOURCES tools_test.cc USES tarvel_tools tarvel_recorded)
+
+# The viewers in a real terminal: as they are shipped, since it waits for what people would see.
+find_program(TMUX tmux)
+if(TMUX AND Python3_FOUND AND CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_test(NAME terminal COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-terminal ${PROJECT_BINARY_DIR}/bin)
+  set_tests_properties(terminal PROPERTIES TIMEOUT 300)
+endif()
