@@ -159,14 +159,24 @@ TEST(LinuxSMC, ShowsWhatThePrintoutsOfMachinesPromise) {
   EXPECT_EQ(machines, 11U);
 }
 
-TEST(LinuxSMC, IsNoServiceWithoutAnySensor) {
+TEST(LinuxSMC, IsNoServiceWithoutSysfs) {
   Machine machine;
-  machine.chip("0", "acpitz", {"temp1_input", "27800"});
   testing::internal::CaptureStdout();
   EXPECT_TRUE(machine.cycle().empty());
   EXPECT_TRUE(machine.cycle().empty());
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error: no SMC found\n");
   EXPECT_EQ(machine.log.lines, Lines({"Unable to open SMC."}));
+}
+
+TEST(LinuxSMC, FindsTheFirstSensorThoughItComesLate) {
+  Machine machine;
+  machine.chip("0", "acpitz", {"temp1_input", "27800"});  // nothing that is shown
+  testing::internal::CaptureStdout();
+  EXPECT_TRUE(machine.cycle().empty());
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  machine.chip("1", "iwlwifi_1", {"temp1_input", "41000"});
+  machine.cycle();  // a scan goes on beside the cycle that starts it
+  EXPECT_EQ(machine.cycle(), Lines({"= temperature\tAirport Proximity=41"}));
 }
 
 // The key table of a controller behind its index; another program moves the index now and then.

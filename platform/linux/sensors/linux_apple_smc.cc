@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
 #include "platform/host/smc_record.h"
 #include "platform/linux/bounded_work.h"
 #include "platform/linux/sensors/key_sensors.h"
@@ -41,7 +43,10 @@ class LinuxAppleSMC : public AppleSMC {
   Match IOServiceGetMatchingServices(std::string_view className) override {
     if (className != "AppleSMC") return {};
     startScan();
-    const bool anything = scan_ || controller_ || !sensors_.empty();
+    // The service stays for the life of the process, and is looked for once: a machine whose first
+    // driver is loaded later, or whose first scan could not start, has it from the beginning.
+    const bool hasSysfs = ::access((options_.root + "/class").c_str(), F_OK) == 0;
+    const bool anything = hasSysfs || scan_ || controller_ || !sensors_.empty();
     return {0, anything ? kService : 0};
   }
 
