@@ -18,7 +18,7 @@ struct ViewerSettings {
   std::string theme = "dark";
   bool showsColumns =
       true;  // user, state, threads and command line of processes, where there is room
-  std::chrono::milliseconds interval{2000};
+  std::chrono::milliseconds interval{3000};
 };
 
 // The file's path; empty without a home.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/host/store/reading_times.h"
 #include "product/identifiers.h"
 #include "viewer/panels.h"
 #include "viewer/viewer_flag.h"
@@ -13,6 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr auto kBetweenLooks = 1s;
 constexpr auto kFirstInterval = 250ms;  // the first shares of the processors come this soon
 
 bool isListKey(std::string_view key) {
@@ -21,7 +21,8 @@ bool isListKey(std::string_view key) {
 
 }  // namespace
 
-Model::Model(DefaultsStore& store, ViewerSession& session) : store_(store), session_(session) {
+Model::Model(DefaultsStore& store, ViewerSession& session)
+    : store_(store), session_(session), times_(kSuiteName) {
   for (std::size_t i = 0; i < views_.size(); ++i) {
     views_[i].name = kPanelTable[i].name;
     views_[i].key = kPanelTable[i].readingKey;
@@ -30,10 +31,7 @@ Model::Model(DefaultsStore& store, ViewerSession& session) : store_(store), sess
 }
 
 bool Model::refresh(Clock::time_point now) {
-  session_.keepHelper(now);
-  const auto figures = cost_.measure(session_.registry(), now);
-  const bool helperChanged = figures.has_value() != helperFigures_.has_value();
-  helperFigures_ = figures;
+  const bool helperChanged = lookAtHelper(now);
   const bool sampled = sampleMachine(now);
   if (choices.isFrozen) return helperChanged || sampled;
   const auto token = store_.changeToken();
@@ -42,10 +40,21 @@ bool Model::refresh(Clock::time_point now) {
     shownToken_ = token;
     readPanels();
   }
-  updateAges();
+  const auto published = updateAges();
   if (changed || helperChanged) rebuild();
-  if (changed) remember();
+  if (changed && published.any()) remember(published);
   return changed || helperChanged || sampled;
+}
+
+// A look costs some thirty system calls: once a second is soon enough to notice that it has gone.
+bool Model::lookAtHelper(Clock::time_point now) {
+  if (lastLook_ && now - *lastLook_ < kBetweenLooks) return false;
+  lastLook_ = now;
+  session_.keepHelper(now);
+  const auto figures = cost_.measure(session_.registry(), now);
+  const bool changed = figures.has_value() != helperFigures_.has_value();
+  helperFigures_ = figures;
+  return changed;
 }
 
 bool Model::sampleMachine(Clock::time_point now) {
@@ -71,12 +80,17 @@ void Model::readPanels() {
   }
 }
 
-void Model::updateAges() {
-  const ReadingTimes times(kSuiteName);
-  for (auto& view : views_) {
-    view.age = view.isShown() ? times.age(view.key) : std::nullopt;
+// Which panels have a reading that was published since the last call.
+Model::Which Model::updateAges() {
+  Which published;
+  const auto ages = times_.ages();
+  for (std::size_t i = 0; i < views_.size(); ++i) {
+    auto& view = views_[i];
+    const auto before = std::exchange(view.age, view.isShown() ? ages[i] : std::nullopt);
+    published[i] = view.age && (!before || *view.age < *before);
     view.isStale = !view.rows.empty() && isStale(view.age);
   }
+  return published;
 }
 
 void Model::rebuild() {
@@ -102,15 +116,15 @@ std::string Model::whyEmpty(const PanelView& view, bool hasReading) const {
   return hasReading ? "all hidden (H shows them)" : "no sensors found (see tarvel doctor)";
 }
 
-// Everything is remembered, whatever is filtered or hidden at the moment.
-void Model::remember() {
+// Everything is remembered, whatever is filtered or hidden at the moment: one value a publication.
+void Model::remember(Which published) {
   const FactsOf nothing = [](std::int32_t) -> const ProcessFacts* { return nullptr; };
   Choices everything;
   everything.showsHidden = true;
   for (const bool isGrouped : {false, true}) {
     everything.isGrouped = isGrouped;
     for (std::size_t i = 0; i < views_.size(); ++i) {
-      if (!readings_[i] || (isGrouped && !views_[i].isList)) continue;
+      if (!published[i] || !readings_[i] || (isGrouped && !views_[i].isList)) continue;
       for (const auto& row : displayRows(views_[i].key, *readings_[i], everything, nothing)) {
         const bool isGroup = row.id.starts_with("application ");
         if (row.number && isGroup == isGrouped) histories_.add(row.id, *row.number);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "platform/host/store/defaults_store.h"
+#include "platform/host/store/reading_times.h"
 #include "product/store_keys.h"
 #include "viewer/display_rows.h"
 #include "viewer/helper_cost.h"
@@ -71,17 +73,21 @@ class Model {
   bool toggleHidden(std::size_t panel, const DisplayRow& row);
 
   Choices choices;
-  std::chrono::milliseconds interval{2000};  // between two samples of the machine's totals
+  std::chrono::milliseconds interval{3000};  // between two samples of the machine's totals
 
  private:
   void readPanels();
-  void updateAges();
-  void remember();
+  using Which = std::bitset<kPanelTable.size()>;
+
+  bool lookAtHelper(Clock::time_point now);
+  Which updateAges();
+  void remember(Which published);
   bool sampleMachine(Clock::time_point now);
   std::string whyEmpty(const PanelView& view, bool hasReading) const;
 
   DefaultsStore& store_;
   ViewerSession& session_;
+  ReadingTimes times_;
   HelperCost cost_;
   History histories_;
   Panels views_;
@@ -92,6 +98,7 @@ class Model {
   MachineTotals totals_;
   Series processorHistory_;
   Series memoryHistory_;
+  std::optional<Clock::time_point> lastLook_;
   std::optional<Clock::time_point> lastSample_;
   std::optional<DefaultsStore::ChangeToken> shownToken_;
 };

@@ -62,6 +62,11 @@ bool parseProcessStat(std::string_view text, ProcessFacts& facts) {
 }
 
 const ProcessFacts* ProcessFactsReader::of(std::int32_t pid) {
+  const auto known = entries_.find(pid);
+  if (known != entries_.end() && known->second.isFresh) {
+    known->second.isUsed = true;
+    return &known->second.facts;
+  }
   const std::string folder = folderOf(root_, pid);
   ProcessFacts facts;
   if (!parseProcessStat(textOf(folder + "/stat"), facts)) {
@@ -70,6 +75,7 @@ const ProcessFacts* ProcessFactsReader::of(std::int32_t pid) {
   }
   auto& entry = entries_[pid];
   entry.isUsed = true;
+  entry.isFresh = true;
   if (entry.facts.startTime == facts.startTime && !entry.facts.user.empty()) {
     facts.program = std::move(entry.facts.program);
     facts.command = std::move(entry.facts.command);
@@ -85,6 +91,7 @@ const ProcessFacts* ProcessFactsReader::of(std::int32_t pid) {
 void ProcessFactsReader::endRefresh() {
   for (auto entry = entries_.begin(); entry != entries_.end();) {
     const bool isUsed = std::exchange(entry->second.isUsed, false);
+    entry->second.isFresh = false;
     entry = isUsed ? std::next(entry) : entries_.erase(entry);
   }
 }

@@ -26,8 +26,8 @@ struct ProcessTraffic {
   std::uint64_t bytesWritten = 0;
 };
 
-// Facts by process id. State, threads and priority are read at every look; the command line and the
-// user once in the life of a process. One thread.
+// Facts by process id. State, threads and priority are read once between two calls of endRefresh;
+// the command line and the user once in the life of a process. One thread.
 class ProcessFactsReader {
  public:
   explicit ProcessFactsReader(std::string root = "/proc") : root_(std::move(root)) {}
@@ -35,13 +35,15 @@ class ProcessFactsReader {
   // Null where the process is gone. Valid until the next call.
   const ProcessFacts* of(std::int32_t pid);
 
-  // Forgets processes that were not asked for since the last call.
+  // The facts are read anew from now on. Forgets processes that were not asked for since the last
+  // call.
   void endRefresh();
 
  private:
   struct Entry {
     ProcessFacts facts;
     bool isUsed = true;
+    bool isFresh = true;
   };
 
   std::string root_;

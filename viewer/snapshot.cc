@@ -7,6 +7,15 @@
 #include "product/store_keys.h"
 
 namespace tarvel::viewer {
+namespace {
+
+std::size_t placeOf(std::string_view readingKey) {
+  std::size_t place = 0;
+  while (place + 1 < kPanelTable.size() && kPanelTable[place].readingKey != readingKey) ++place;
+  return place;
+}
+
+}  // namespace
 
 std::vector<std::string_view> readingKeys() {
   std::vector<std::string_view> keys;
@@ -15,13 +24,13 @@ std::vector<std::string_view> readingKeys() {
 }
 
 Snapshot readSnapshot(DefaultsStore& store, const std::vector<std::string_view>& keys) {
-  const ReadingTimes times(kSuiteName);
+  const auto ages = ReadingTimes(kSuiteName).ages();
   Snapshot snapshot;
   for (const auto key : keys) {
     const auto value = store.get(key);
     if (!value) continue;
     if (auto reading = decodeReading(key, *value)) {
-      snapshot.push_back({key, *std::move(reading), times.age(key)});
+      snapshot.push_back({key, *std::move(reading), ages[placeOf(key)]});
     }
   }
   return snapshot;

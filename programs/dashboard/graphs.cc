@@ -28,6 +28,7 @@ constexpr std::array<std::array<unsigned, 4>, 2> kDots = {
     {{0x40, 0x04, 0x02, 0x01}, {0x80, 0x20, 0x10, 0x08}}};
 
 std::string brailleText(unsigned dots) {
+  if (dots == 0) return " ";
   std::string text = "\xE2";
   text += static_cast<char>(0xA0 + (dots >> 6U));
   text += static_cast<char>(0x80 + (dots & 0x3FU));

@@ -30,7 +30,8 @@ using namespace tarvel;
 using namespace tarvel::viewer;
 using namespace std::chrono_literals;
 
-constexpr auto kLook = 250ms;  // between two looks at the store
+constexpr auto kBetweenPictures = 700ms;
+constexpr auto kLook = 400ms;  // between two looks at the store
 
 // The picture must not be written over; who wants the log of a command runs `tarvel doctor`.
 class NoLog : public SystemLog {
@@ -66,9 +67,17 @@ bool takeKeys(Screen& screen, Controller& controller, bool& pressed) {
 // Shows the model until a key or a signal ends it.
 void run(Screen& screen, Model& model, Controller& controller, const FileDescriptor& signals) {
   bool pressed = true;
+  bool isDue = false;
+  Model::Clock::time_point painted;
   do {
-    const bool changed = model.refresh(Model::Clock::now());
-    if (changed || pressed) controller.painted(paint(screen, model, controller.cursor()));
+    const auto now = Model::Clock::now();
+    isDue = model.refresh(now) || isDue;
+    // The lists of a cycle come one after the other: a picture of them all is cheaper than one
+    // each.
+    if (!pressed && (!isDue || now - painted < kBetweenPictures)) continue;
+    controller.painted(paint(screen, model, controller.cursor()));
+    painted = now;
+    isDue = false;
   } while (waitForInput(signals) && takeKeys(screen, controller, pressed));
 }
 

@@ -42,6 +42,10 @@ std::string cut(std::string_view text, int width, bool unicode, int& columns) {
   return shown;
 }
 
+bool isPlain(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 }  // namespace
 
 Screen::Screen() {
@@ -85,9 +89,14 @@ void Screen::end() { refresh(); }
 void Screen::redraw() { clearok(stdscr, TRUE); }
 
 int Screen::put(int row, int column, int width, std::string_view text, Ink ink) {
-  const std::string printable = printableText(text);
   int columns = 0;
-  const std::string shown = cut(printable, width, isUnicode_, columns);
+  std::string shown;
+  if (isPlain(text)) {  // most of the screen: no character to look at
+    shown = text.substr(0, static_cast<std::size_t>(std::max(width, 0)));
+    columns = static_cast<int>(shown.size());
+  } else {
+    shown = cut(printableText(text), width, isUnicode_, columns);
+  }
   const auto index = static_cast<std::size_t>(ink);
   const auto& style = theme_->inks[index];
   attr_t attributes = A_NORMAL;

@@ -7,12 +7,12 @@
 
 #include <unistd.h>
 
+#include "platform/host/presence/application_registry.h"
 #include "platform/host/store/defaults_store.h"
 #include "product/identifiers.h"
 #include "product/store_keys.h"
 #include "programs/tarvel/commands.h"
 #include "viewer/ending_signals.h"
-#include "viewer/viewer_session.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -54,8 +54,9 @@ int tellOutcome(DefaultsStore& store, std::string_view key) {
     return tell("The helper forgets its sensors when it starts next.", kDone);
   }
   const EndingSignals signals;
-  const ViewerSession session(kViewerIdentifier, store, false);
-  if (!session.isHelperRunning()) {
+  const ApplicationRegistry registry(kViewerIdentifier);
+  const auto isHelperRunning = [&] { return !registry.running(kHelperIdentifier).empty(); };
+  if (!isHelperRunning()) {
     return tell("No helper is running. It will act on this when it starts.", kDone);
   }
   if (!happensWithin(kUntilSeen, signals, [&] { return !store.get(key); })) {
@@ -65,9 +66,7 @@ int tellOutcome(DefaultsStore& store, std::string_view key) {
     return tell("The helper is checking for updates. A notification will tell the outcome.", kDone);
   }
   std::puts("Waiting for the removal. You may be asked for a password.");
-  const bool isGone = happensWithin(kUntilRemoved, signals, [&] {
-    return session.registry().running(kHelperIdentifier).empty();
-  });
+  const bool isGone = happensWithin(kUntilRemoved, signals, [&] { return !isHelperRunning(); });
   return isGone ? tell("The helper has been removed.", kDone)
                 : tell("The helper is still running: the removal was refused.", kNothing);
 }

@@ -48,17 +48,18 @@ void ReadingTimes::note(std::string_view readingKey) const {
   if (file && ::pwrite(file.get(), &time, sizeof time, *place) < 0) return;
 }
 
-std::optional<std::chrono::milliseconds> ReadingTimes::age(std::string_view readingKey) const {
-  const auto place = placeOf(readingKey);
-  if (!place || path_.empty()) return std::nullopt;
+ReadingTimes::Ages ReadingTimes::ages() const {
+  Ages ages;
+  if (path_.empty()) return ages;
   const FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  Nanoseconds time = 0;
-  if (!file || ::pread(file.get(), &time, sizeof time, *place) != sizeof time || time <= 0) {
-    return std::nullopt;
+  std::array<Nanoseconds, kPanelTable.size()> times{};
+  if (!file || ::pread(file.get(), times.data(), sizeof times, 0) <= 0) return ages;
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    const Nanoseconds age = now() - times[i];
+    if (times[i] <= 0 || age < 0) continue;
+    ages[i] = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::nanoseconds(age));
   }
-  const Nanoseconds age = now() - time;
-  if (age < 0) return std::nullopt;
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::nanoseconds(age));
+  return ages;
 }
 
 }  // namespace tarvel

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "product/store_keys.h"
 
 // When the helper last published each reading. The store cannot tell: a reading that has not
 // changed leaves the file as it was, and a viewer that hides a sensor writes the same key.
@@ -24,8 +27,10 @@ class ReadingTimes {
   // never more than the file's 64 bytes. Callable from any thread.
   void note(std::string_view readingKey) const;
 
-  // How long ago the reading was published; none where that was never noted, or lies in the future.
-  std::optional<std::chrono::milliseconds> age(std::string_view readingKey) const;
+  // How long ago each reading was published, in the order of the panel table; none where that was
+  // never noted, or lies in the future. Three system calls.
+  using Ages = std::array<std::optional<std::chrono::milliseconds>, kPanelTable.size()>;
+  Ages ages() const;
 
  private:
   std::string path_;  // empty: no container
