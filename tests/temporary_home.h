@@ -10,8 +10,8 @@
 
 #include "platform/system_log.h"
 
-// A user's home, made for one test and removed after it: the data, configuration and runtime folders of the
-// environment lead into it.
+// A user's home, made for one test and removed after it: the data, configuration and runtime
+// folders of the environment lead into it.
 
 namespace tarvel {
 

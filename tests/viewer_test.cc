@@ -1,8 +1,7 @@
-#include <cstdint>
-#include <fstream>
-
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <fstream>
 #include <thread>
 
 #include <fcntl.h>

@@ -23,10 +23,10 @@
 //
 // Values tell what happened between two looks at all processes. A look younger than half a second
 // serves again; the one before it is the first of the two when it is ten seconds old at most, else
-// two are taken, a quarter of a second apart, so that a viewer has its first list at once; processor
-// clocks count nanoseconds, so that is long enough. The lists of one cycle cost one look. Callable
-// from any thread: a call during a look waits for its end. Nothing that is read in a look can hang on
-// the file system of a process.
+// two are taken, a quarter of a second apart, so that a viewer has its first list at once;
+// processor clocks count nanoseconds, so that is long enough. The lists of one cycle cost one look.
+// Callable from any thread: a call during a look waits for its end. Nothing that is read in a look
+// can hang on the file system of a process.
 
 namespace tarvel {
 
