@@ -41,7 +41,8 @@ std::optional<HelperCost::Figures> HelperCost::measure(const ApplicationRegistry
   if (helpers.empty()) return std::nullopt;
   Figures figures;
   figures.pid = static_cast<pid_t>(std::strtol(helpers.front().instance.c_str(), nullptr, 10));
-  const auto time = processorTime(figures.pid);
+  // An entry may tell no process id, and 0 would be the process that asks.
+  const auto time = figures.pid > 0 ? processorTime(figures.pid) : std::nullopt;
   if (!time) return figures;
   if (figures.pid != pid_) {
     pid_ = figures.pid;

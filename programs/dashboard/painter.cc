@@ -180,6 +180,8 @@ void paintStatus(Screen& screen, const Model& model, const Cursor& cursor) {
   const auto& helper = model.helper();
   if (!helper) {
     say(" helper is not running ", Ink::kHot);
+  } else if (helper->pid <= 0) {
+    say(" helper is running ", Ink::kDim);  // one that does not tell its process id
   } else {
     say(" helper ", Ink::kDim);
     if (helper->millisecondsACycle) {
