@@ -33,14 +33,14 @@ Rights rightsOfThread() {
   return rights;
 }
 
+std::uint32_t low(std::uint64_t set) { return static_cast<std::uint32_t>(set); }
+std::uint32_t high(std::uint64_t set) { return static_cast<std::uint32_t>(set >> 32); }
+
 bool setRights(const Rights& rights) {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   Words words{};
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    words[i].effective = static_cast<std::uint32_t>(rights.effective >> (32 * i));
-    words[i].permitted = static_cast<std::uint32_t>(rights.permitted >> (32 * i));
-    words[i].inheritable = static_cast<std::uint32_t>(rights.inheritable >> (32 * i));
-  }
+  words[0] = {low(rights.effective), low(rights.permitted), low(rights.inheritable)};
+  words[1] = {high(rights.effective), high(rights.permitted), high(rights.inheritable)};
   return ::syscall(SYS_capset, &header, words.data()) == 0;
 }
 
