@@ -40,7 +40,8 @@ TEST_F(StartUp, AFirstInstanceDoesEverythingInItsOrder) {
   EXPECT_EQ(names(trace), expected);
   const auto launch = std::find_if(trace.begin(), trace.end(),
                                    [](const Json& line) { return line["call"] == "launch"; });
-  for (const auto place : {4, 6}) EXPECT_EQ(trace[place]["identifier"], "com.Tarvel.Helper");
+  for (const std::size_t place : {4U, 6U})
+    EXPECT_EQ(trace[place]["identifier"], "com.Tarvel.Helper");
   EXPECT_EQ(trace[5]["value"], true);
   EXPECT_EQ(trace[7]["seconds"], 14400);
   EXPECT_EQ((*launch)["path"], "/bin/launchctl");
