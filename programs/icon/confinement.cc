@@ -63,9 +63,9 @@ bool limit(__rlimit_resource_t resource, rlim_t most) {
 // to the older one, which may make threads and nothing else.
 bool allowThreads(scmp_filter_ctx filter) {
   constexpr std::uint64_t kThread = CLONE_THREAD;
+  const scmp_arg_cmp makesThread = {0, SCMP_CMP_MASKED_EQ, kThread, kThread};
   return ::seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0 &&
-         ::seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
-                            SCMP_A0(SCMP_CMP_MASKED_EQ, kThread, kThread)) == 0;
+         ::seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1, makesThread) == 0;
 }
 
 bool limitCalls() {
