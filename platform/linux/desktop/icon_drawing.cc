@@ -75,8 +75,10 @@ Data drawIcon(const std::string& program, const IconFile& icon, std::chrono::mil
 }
 
 Data drawGenericIcon(const std::string& program) {
+  // It reads nothing hostile: the limit is for a machine that is slow to start a program.
+  constexpr std::chrono::seconds kStart(10);
   const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-  return runDrawing(program, {"generic"}, nothing, std::chrono::seconds(3));
+  return runDrawing(program, {"generic"}, nothing, kStart);
 }
 
 }  // namespace tarvel
