@@ -4,13 +4,13 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/host/files/atomic_file.h"
+#include "platform/host/files/small_file.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -105,8 +105,8 @@ LoadedSettings loadSettings(const std::string& path) {
   const auto size = std::filesystem::file_size(path, error);
   if (path.empty() || error) return {};
   if (size > kLargestFile) return {{}, path + ": too large"};
-  std::ifstream file(path, std::ios::binary);
-  const auto object = Json::parse(file, nullptr, false);
+  const auto text = readSmallFile(path, kLargestFile).value_or("");
+  const auto object = Json::parse(text, nullptr, false);
   if (!object.is_object()) return {{}, path + ": not a JSON object"};
   return {settingsOf(object), std::nullopt};
 }

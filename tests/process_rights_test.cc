@@ -7,8 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/host/files/small_file.h"
 #include "platform/host/processes/child_process.h"
-#include "platform/linux/small_file.h"
 #include "platform/linux/sysfs.h"
 #include "tests/temporary_home.h"
 

@@ -2,18 +2,22 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <string>
+#include <string_view>
 
 #include <unistd.h>
 
+#include "platform/host/files/small_file.h"
 #include "platform/host/presence/application_registry.h"
 #include "product/identifiers.h"
+#include "text/words.h"
 
 namespace tarvel::viewer {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr std::size_t kStatmLimit = 4096;  // bytes
 
 // The processor time of all its threads, also of those that have ended.
 std::optional<std::chrono::nanoseconds> processorTime(pid_t pid) {
@@ -26,10 +30,10 @@ std::optional<std::chrono::nanoseconds> processorTime(pid_t pid) {
 }
 
 std::uint64_t residentKilobytes(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/statm");
-  std::uint64_t size = 0;
-  std::uint64_t resident = 0;
-  file >> size >> resident;
+  const auto text = readSmallFile("/proc/" + std::to_string(pid) + "/statm", kStatmLimit);
+  std::string_view fields = text ? *text : std::string_view();
+  takeWord(fields);  // its size
+  const auto resident = wholeNumber(takeWord(fields));
   return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 1024;
 }
 

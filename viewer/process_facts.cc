@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "text/printable_text.h"
+#include "text/words.h"
 #include "viewer/machine/kept_file.h"
 
 namespace tarvel::viewer {

@@ -2,19 +2,19 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 
 #include <sys/stat.h>
 
-#include "platform/linux/small_file.h"
+#include "platform/host/files/small_file.h"
+#include "text/words.h"
 
 namespace tarvel {
 namespace {
 
-constexpr std::size_t kInfoLimit = 64 * 1024;  // bytes
+constexpr std::size_t kInfoLimit = 64 * 1024;      // bytes
+constexpr std::size_t kKernelLimit = 1024 * 1024;  // bytes of a table of the kernel
 
 // A path as the kernel's table of mounts spells it: blanks, tabs, newlines and backslashes as \ooo.
 std::string mountPoint(std::string_view field) {
@@ -33,12 +33,11 @@ std::string mountPoint(std::string_view field) {
 
 // proc_pid_mountinfo(5): the fifth field of a line is the mount point.
 bool isMountedAtOrBelow(const std::string& path) {
-  std::ifstream mounts("/proc/self/mountinfo");
-  std::string line;
-  while (std::getline(mounts, line)) {
-    std::istringstream fields(line);
-    std::string field;
-    for (int i = 0; i < 5; ++i) fields >> field;
+  const auto table = readSmallFile("/proc/self/mountinfo", kKernelLimit);
+  for (std::string_view mounts = table ? *table : std::string_view(); !mounts.empty();) {
+    auto line = takeLine(mounts);
+    std::string_view field;
+    for (int i = 0; i < 5; ++i) field = takeWord(line);
     const std::string point = mountPoint(field);
     if (point == path || point.starts_with(path + "/")) return true;
   }
@@ -48,11 +47,10 @@ bool isMountedAtOrBelow(const std::string& path) {
 // user_namespaces(7): a namespace shows the owners that it does not map as one number.
 uid_t rootSeenFromHere() {
   constexpr uid_t kUnmapped = 65534;
-  std::ifstream map("/proc/self/uid_map");
-  std::uint64_t inside = 0;
-  std::uint64_t outside = 0;
-  for (std::uint64_t count = 0; map >> inside >> outside >> count;) {
-    if (inside == 0) return 0;
+  const auto map = readSmallFile("/proc/self/uid_map", kKernelLimit).value_or("");
+  for (std::string_view rows = map; !rows.empty();) {
+    auto row = takeLine(rows);
+    if (takeWord(row) == "0") return 0;
   }
   return kUnmapped;
 }

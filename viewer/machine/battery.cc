@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "text/words.h"
 #include "viewer/machine/kept_file.h"
 
 namespace tarvel::viewer {

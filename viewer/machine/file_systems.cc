@@ -6,7 +6,7 @@
 
 #include <sys/statvfs.h>
 
-#include "viewer/machine/kept_file.h"
+#include "text/words.h"
 
 namespace tarvel::viewer {
 namespace {

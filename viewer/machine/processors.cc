@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "viewer/machine/kept_file.h"
+#include "text/words.h"
 
 namespace tarvel::viewer {
 

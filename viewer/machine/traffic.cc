@@ -1,6 +1,6 @@
 #include "viewer/machine/traffic.h"
 
-#include "viewer/machine/kept_file.h"
+#include "text/words.h"
 
 namespace tarvel::viewer {
 namespace {

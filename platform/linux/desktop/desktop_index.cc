@@ -7,7 +7,7 @@
 
 #include <sys/stat.h>
 
-#include "platform/linux/small_file.h"
+#include "platform/host/files/small_file.h"
 
 namespace tarvel {
 namespace {

@@ -14,7 +14,7 @@
 
 #include <unistd.h>
 
-#include "platform/linux/small_file.h"
+#include "platform/host/files/small_file.h"
 
 namespace tarvel {
 namespace {

@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/host/files/small_file.h"
 #include "platform/linux/desktop/unit_application.h"
-#include "platform/linux/small_file.h"
 
 namespace tarvel {
 namespace {

@@ -9,6 +9,7 @@
 #include "platform/host/smc_record.h"
 #include "platform/linux/sensors/fan_labels.h"
 #include "platform/linux/sensors/sensor_map.h"
+#include "text/words.h"
 
 namespace tarvel {
 namespace {
@@ -21,13 +22,6 @@ bool matchesInput(const SensorRow& row, const ChipInput& input) {
 std::int64_t numberBehindStar(const SensorRow& row, const ChipInput& input) {
   if (!row.label.ends_with('*')) return input.number;
   return leadingInteger(std::string_view(input.label).substr(row.label.size() - 1)).value_or(0);
-}
-
-std::string_view takeWord(std::string_view& words) {
-  const auto blank = std::min(words.find(' '), words.size());
-  const auto word = words.substr(0, blank);
-  words.remove_prefix(std::min(blank + 1, words.size()));
-  return word;
 }
 
 Quantity quantityOf(std::string_view kind) {

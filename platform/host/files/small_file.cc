@@ -1,4 +1,4 @@
-#include "platform/linux/small_file.h"
+#include "platform/host/files/small_file.h"
 
 #include <cerrno>
 
