@@ -22,6 +22,7 @@ namespace tarvel {
 namespace {
 
 constexpr auto kPatience = DefaultsDatabase::kPatience;
+constexpr std::chrono::milliseconds kStaysInPlace{100};   // for reads
 constexpr std::chrono::milliseconds kImpatientFor{2000};  // after a call that waited in vain
 
 // The folder's lock, had within the patience or not at all.
@@ -72,13 +73,13 @@ DefaultsStore::~DefaultsStore() = default;
 
 std::optional<PropertyList> DefaultsStore::get(std::string_view key) {
   std::optional<Data> blob;
-  perform([&](DefaultsDatabase& database) { return database.read(key, blob); });
+  perform(Access::read, [&](DefaultsDatabase& database) { return database.read(key, blob); });
   return decoded(blob);
 }
 
 Dictionary DefaultsStore::dictionaryRepresentation() {
   Dictionary all;
-  perform([&](DefaultsDatabase& database) {
+  perform(Access::read, [&](DefaultsDatabase& database) {
     all.clear();
     return database.readAll([&](std::string key, const Data& blob) {
       if (auto value = decode(blob)) all.emplace(std::move(key), *std::move(value));
@@ -90,7 +91,7 @@ Dictionary DefaultsStore::dictionaryRepresentation() {
 bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
   const Data blob = encode(value);
   if (blob.empty()) return false;
-  return perform([&](DefaultsDatabase& database) {
+  return perform(Access::write, [&](DefaultsDatabase& database) {
     const auto status = database.write(key, blob);
     if (status == DatabaseStatus::logFull)
       report("somebody has been reading for too long: close it");
@@ -101,7 +102,7 @@ bool DefaultsStore::set(std::string_view key, const PropertyList& value) {
 
 DefaultsStore::Removal DefaultsStore::remove(std::string_view key) {
   bool wasThere = false;
-  const bool done = perform([&](DefaultsDatabase& database) {
+  const bool done = perform(Access::write, [&](DefaultsDatabase& database) {
     const auto status = database.remove(key, wasThere);
     if (hasFailed(status)) report("a value cannot be removed");
     return status;
@@ -113,7 +114,7 @@ DefaultsStore::Removal DefaultsStore::remove(std::string_view key) {
 DefaultsStore::Removal DefaultsStore::removeUnchanged(std::string_view key,
                                                       const PropertyList& value) {
   bool removed = false;
-  const bool done = perform([&](DefaultsDatabase& database) {
+  const bool done = perform(Access::write, [&](DefaultsDatabase& database) {
     removed = false;
     auto status = database.begin();
     if (status != DatabaseStatus::done) return status;
@@ -131,7 +132,7 @@ DefaultsStore::Removal DefaultsStore::removeUnchanged(std::string_view key,
 
 bool DefaultsStore::change(std::string_view key, const Edit& edit) {
   bool stored = false;
-  perform([&](DefaultsDatabase& database) {
+  perform(Access::write, [&](DefaultsDatabase& database) {
     stored = false;
     auto status = database.begin();
     if (status != DatabaseStatus::done) return status;
@@ -153,7 +154,7 @@ bool DefaultsStore::change(std::string_view key, const Edit& edit) {
 
 DefaultsStore::ChangeToken DefaultsStore::changeToken() {
   ChangeToken token;
-  perform([&](DefaultsDatabase& database) {
+  perform(Access::read, [&](DefaultsDatabase& database) {
     token = {opened_, database.ownChanges(), database.othersVersion()};
     return DatabaseStatus::done;
   });
@@ -167,13 +168,13 @@ std::uint64_t DefaultsStore::filesOpened() {
 
 // Runs the operation on the open database; once more on a new one when that was damaged.
 template <typename Operation>
-bool DefaultsStore::perform(Operation operation) {
+bool DefaultsStore::perform(Access access, Operation operation) {
   const std::lock_guard lock(mutex_);
-  if (!ready()) return false;
+  if (!ready(access)) return false;
   auto status = attempt(operation);
   if (status == DatabaseStatus::damaged) {
     repair();
-    if (!ready()) return false;
+    if (!ready(Access::write)) return false;
     status = attempt(operation);
   }
   return status == DatabaseStatus::done;
@@ -207,8 +208,12 @@ std::unique_ptr<DefaultsDatabase> DefaultsStore::openFile(DatabaseStatus& status
   return database;
 }
 
-bool DefaultsStore::ready() {
-  if (database_ && database_->hasGone()) database_.reset();
+bool DefaultsStore::ready(Access access) {
+  const auto now = std::chrono::steady_clock::now();
+  if (database_ && (access == Access::write || now - foundAt_ >= kStaysInPlace)) {
+    foundAt_ = now;
+    if (database_->hasGone()) database_.reset();
+  }
   if (!database_ && !open()) return false;
   return !database_->isNewer();
 }

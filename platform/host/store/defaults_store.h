@@ -28,7 +28,8 @@
 // with it, and a new one begun; one that was emptied in place counts as damaged. A file with a
 // newer user_version is left alone: all keys are absent and writes are dropped. Both are told the
 // log. When the file is deleted or replaced while handles are open, each goes on with what stands
-// at the path from its next call on. A handle is not to be used in a forked child.
+// at the path: writes at once, reads within a tenth of a second, since a look at the path costs as
+// much as a read. A handle is not to be used in a forked child.
 
 namespace tarvel {
 
@@ -81,14 +82,15 @@ class DefaultsStore {
   std::uint64_t filesOpened();
 
  private:
+  enum class Access { read, write };
   template <typename Operation>
-  bool perform(Operation operation);
+  bool perform(Access access, Operation operation);
   template <typename Operation>
   DatabaseStatus attempt(Operation operation);
   std::chrono::milliseconds patience() const;
   void noteWait(DatabaseStatus status, std::chrono::milliseconds patienceOfCall);
   std::unique_ptr<DefaultsDatabase> openFile(DatabaseStatus& status);
-  bool ready();
+  bool ready(Access access);
   bool open();
   void repair();
   void setAside();
@@ -99,6 +101,7 @@ class DefaultsStore {
   std::mutex mutex_;  // guards what follows
   std::string path_;
   std::unique_ptr<DefaultsDatabase> database_;
+  std::chrono::steady_clock::time_point foundAt_;  // when the file was last seen in its place
   std::uint64_t opened_ = 0;
   std::chrono::steady_clock::time_point impatientUntil_;  // calls do not wait before
   std::set<std::string, std::less<>> reported_;  // what the log was told since the file was opened
