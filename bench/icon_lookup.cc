@@ -64,8 +64,9 @@ double coldLookup(const std::filesystem::path& home, const std::string& icon,
   const auto files = makeFileManager();
   Clock::duration sum{};
   for (int i = 0; i < kColdLookups; ++i) {
-    const auto workspace = makeLinuxWorkspace(
-        {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
+    const auto workspace = makeLinuxWorkspace({"/proc", iconProgram, [](std::int32_t) {
+                                                 return ProgramRun{1, "icon_lookup"};
+                                               }});
     const IconCache cache(*workspace, *files);
     files->removeItemAtPath((home / "data" / kSuiteName).string() + std::string(kIconDirectory));
     const auto start = Clock::now();
@@ -77,8 +78,9 @@ double coldLookup(const std::filesystem::path& home, const std::string& icon,
 
 double warmLookup(const char* iconProgram) {
   const auto files = makeFileManager();
-  const auto workspace = makeLinuxWorkspace(
-      {"/proc", iconProgram, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
+  const auto workspace = makeLinuxWorkspace({"/proc", iconProgram, [](std::int32_t) {
+                                               return ProgramRun{1, "icon_lookup"};
+                                             }});
   const IconCache cache(*workspace, *files);
   cache.iconValue(::getpid(), "icon_lookup  ");
   const auto start = Clock::now();

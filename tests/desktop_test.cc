@@ -250,8 +250,9 @@ TEST_F(Desktop, EveryApplicationGetsAPictureWhateverItsIconIs) {
   put(pictures / "head.png", std::string("\x89PNG\r\n\x1a\n", 8));
   ASSERT_EQ(mkfifo((pictures / "fifo.png").c_str(), 0600), 0);
   std::filesystem::create_symlink("loop.png", pictures / "loop.png");
-  const auto workspace = makeLinuxWorkspace(
-      {"/proc", TARVEL_ICON_PROGRAM, [](std::int32_t) { return std::optional<std::uint64_t>(1); }});
+  const auto workspace = makeLinuxWorkspace({"/proc", TARVEL_ICON_PROGRAM, [](std::int32_t) {
+                                               return ProgramRun{1, "program"};
+                                             }});
   const auto drawn = [&](const std::string& file) {
     const Icon icon = {{{48, 48, 48, (pictures / file).string()}}, file};
     return workspace->TIFFRepresentation(icon, 0);
@@ -311,9 +312,9 @@ TEST_F(Desktop, WorkIsBoundedWhateverTheFoldersHold) {
 TEST_F(Desktop, WhatAProcessBelongsToIsRememberedForItsLife) {
   entry("high/applications/org.a.Program.desktop", "Exec=prog\nIcon=none\n");
   process(1, "/x/prog");
-  std::uint64_t start = 1;
+  ProgramRun run{1, "prog"};
   const auto workspace = makeLinuxWorkspace({(home.path() / "proc").string(), TARVEL_ICON_PROGRAM,
-                                             [&](std::int32_t) { return std::optional(start); }});
+                                             [&](std::int32_t) { return std::optional(run); }});
   const auto identifier = [&]() -> std::string {
     const auto serial = workspace->GetProcessForPID(1);
     if (!serial) return "";
@@ -322,8 +323,19 @@ TEST_F(Desktop, WhatAProcessBelongsToIsRememberedForItsLife) {
   EXPECT_EQ(identifier(), "org.a.Program");
   std::filesystem::remove(home.path() / "proc/1/exe");
   EXPECT_EQ(identifier(), "org.a.Program");  // not looked at again
-  start = 2;                                 // the id was given anew
+  run.startTime = 2;                         // the id was given anew
   EXPECT_EQ(identifier(), "");
+  process(1, "/x/prog");
+  EXPECT_EQ(identifier(), "") << "what an old process belongs to is not looked at again";
+  run.name = "other";  // by exec
+  EXPECT_EQ(identifier(), "org.a.Program");
+  std::filesystem::remove(home.path() / "proc/1/exe");
+  timespec now{};
+  ::clock_gettime(CLOCK_BOOTTIME, &now);
+  run.startTime = static_cast<std::uint64_t>(now.tv_sec * ::sysconf(_SC_CLK_TCK));  // just now
+  EXPECT_EQ(identifier(), "");
+  process(1, "/x/prog");
+  EXPECT_EQ(identifier(), "org.a.Program") << "what a young one belongs to is looked at again";
 }
 
 }  // namespace

@@ -149,7 +149,8 @@ TEST_F(ProcessTableTest, ShowsLoadSinceTheSampleBefore) {
   put(8, {"ended"});
   auto processes = table();
   whileAsleep = [&] {
-    EXPECT_EQ(processes.startTime(8), 100U) << "asking does not wait for the second look";
+    EXPECT_EQ(processes.program(8), (ProgramRun{100, "ended"}))
+        << "asking does not wait for the second look";
     put(10, {"busy", 1000ms + 505ms});  // in a quarter of a second, by two threads and more
     put(11, {"came", 250ms, 900});
     put(12, {"was hidden", 3600s, 5});
@@ -161,8 +162,8 @@ TEST_F(ProcessTableTest, ShowsLoadSinceTheSampleBefore) {
                 cpuLine(9, "given anew ", "8.0") + cpuLine(12, "was hidden ", "0.0"));
   EXPECT_EQ(processes.answer("cpu command"), processes.lines(ProcessListKind::cpu, 2));
   EXPECT_FALSE(processes.answer("cpu command "));
-  EXPECT_EQ(processes.startTime(9), 901U);
-  EXPECT_FALSE(processes.startTime(8));
+  EXPECT_EQ(processes.program(9), (ProgramRun{901, "given anew"}));
+  EXPECT_FALSE(processes.program(8));
 }
 
 TEST_F(ProcessTableTest, LooksAsSeldomAsItMay) {
@@ -318,7 +319,7 @@ TEST(ProcessTableOnThisMachine, ListsOneselfWhateverOneIsCalled) {
       });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_TRUE(processes.startTime(::getpid()));
+    EXPECT_TRUE(processes.program(::getpid()));
   }
   ::setrlimit(RLIMIT_NOFILE, &limit);
 }

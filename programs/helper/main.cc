@@ -62,7 +62,7 @@ int main() {
   const auto userDefaults = makeUserDefaultsSuites(*systemLog);
   const auto workspace =
       makeLinuxWorkspace({"/proc", programFolder() + "/tarvel-icon",
-                          [&](std::int32_t pid) { return processes.startTime(pid); },
+                          [&](std::int32_t pid) { return processes.program(pid); },
                           groupContainer(kSuiteName).value_or("") + std::string(kIconDirectory)});
   const auto appleSMC = makeLinuxAppleSMC();
   const auto updaters = makeLinuxUpdaters(*runLoop, programFolder());

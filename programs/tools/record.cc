@@ -45,7 +45,7 @@ std::vector<Json> look(std::size_t cycles) {
   const auto tasks =
       makeLinuxTasks([&](const std::string& command) { return processes.answer(command); });
   const auto workspace =
-      makeLinuxWorkspace({"/proc", "", [&](std::int32_t pid) { return processes.startTime(pid); }});
+      makeLinuxWorkspace({"/proc", "", [&](std::int32_t pid) { return processes.program(pid); }});
   const auto appleSMC = makeLinuxAppleSMC();
   const auto ataSmart = makeLinuxAtaSmart();
   const RecordSources sources{*appleSMC, *ataSmart, *applications, *log, *tasks, *workspace};

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/linux/bounded_work.h"
 #include "platform/linux/desktop/current_index.h"
@@ -20,11 +22,9 @@ namespace tarvel {
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
 
-constexpr auto kUnknownLifetime = 30s;  // of the answer that a process is no application
-constexpr auto kSettlingTime = 10s;     // a younger process may still become an application
-constexpr auto kLookPatience = 2s;      // with the folders of icon themes
+constexpr auto kSettlingTime = 10s;  // a younger process may still become an application
+constexpr auto kLookPatience = 2s;   // with the folders of icon themes
 constexpr auto kDrawPatience = 4s;
 constexpr auto kDrawPause = 10min;  // before an icon that did not come to stay is drawn again
 constexpr std::size_t kRemembered = 4096;
@@ -38,6 +38,15 @@ std::string folderIdentity(const std::string& path) {
   if (!known) return {};
   return std::to_string(status.stx_ino) + " " + std::to_string(status.stx_btime.tv_sec) + " " +
          std::to_string(status.stx_btime.tv_nsec);
+}
+
+// proc_pid_stat(5): clock ticks since boot, time in suspend included.
+std::chrono::nanoseconds timeSince(std::uint64_t startTime) {
+  timespec now{};
+  ::clock_gettime(CLOCK_BOOTTIME, &now);
+  const auto tick = std::chrono::nanoseconds(1s) / ::sysconf(_SC_CLK_TCK);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec) -
+         startTime * tick;
 }
 
 Data genericIcon(const std::string& iconProgram) {
@@ -71,13 +80,12 @@ class LinuxWorkspace : public Workspace {
 
   // The serial number is the process id: what it belongs to is remembered beside it.
   std::optional<ProcessSerialNumber> GetProcessForPID(std::int32_t pid) override {
-    const auto start = options_.startTime(pid);
-    if (!start) return std::nullopt;
+    const auto run = options_.program(pid);
+    if (!run) return std::nullopt;
     const auto current = index_.snapshot();
-    const auto now = Clock::now();
-    auto process = remembered(pid, *start, current.number, now);
-    if (now >= process.validUntil) {
-      resolve(pid, process, *current.index, now);
+    auto process = remembered(pid, *run, current.number);
+    if (!process.isSettled) {
+      resolve(pid, process, *current.index);
       const std::lock_guard lock(mutex_);
       processes_[pid] = process;
     }
@@ -129,36 +137,29 @@ class LinuxWorkspace : public Workspace {
 
  private:
   struct Process {
-    std::uint64_t start = 0;
-    Clock::time_point firstSeen;
-    Clock::time_point validUntil;
-    std::string entryPath;  // empty: no application
+    ProgramRun run;
+    bool isSettled = false;  // what follows holds for as long as it runs
+    std::string entryPath;   // empty: no application
   };
 
   // What is known of the process; entries that went or came change what any process belongs to.
-  Process remembered(std::int32_t pid, std::uint64_t start, unsigned index, Clock::time_point now) {
+  Process remembered(std::int32_t pid, const ProgramRun& run, unsigned index) {
     const std::lock_guard lock(mutex_);
     if (std::exchange(indexSeen_, index) != index) {
-      for (auto& [other, process] : processes_) process.validUntil = now;
+      for (auto& [other, process] : processes_) process.isSettled = false;
       drawings_.forget();
     }
     if (processes_.size() >= kRemembered && !processes_.contains(pid)) processes_.clear();
     auto& process = processes_[pid];
-    if (process.start != start || process.firstSeen == Clock::time_point{}) {
-      process = {start, now, now, {}};
-    }
+    if (process.run != run) process = {run, false, {}};
     return process;
   }
 
-  void resolve(std::int32_t pid, Process& process, const DesktopIndex& index,
-               Clock::time_point now) {
+  void resolve(std::int32_t pid, Process& process, const DesktopIndex& index) {
+    const bool isYoung = timeSince(process.run.startTime) < kSettlingTime;
     const auto* application = processApplication(options_.procFolder, pid, index, sandboxes_);
     process.entryPath = application != nullptr ? application->path : std::string();
-    if (application != nullptr) {
-      process.validUntil = Clock::time_point::max();
-    } else {
-      process.validUntil = now - process.firstSeen < kSettlingTime ? now : now + kUnknownLifetime;
-    }
+    process.isSettled = application != nullptr || !isYoung;
   }
 
   template <typename Draw>

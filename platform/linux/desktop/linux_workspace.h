@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/linux/processes/program_run.h"
 #include "platform/workspace.h"
 
 namespace tarvel {
@@ -14,18 +15,17 @@ struct LinuxWorkspaceOptions {
   std::string procFolder = "/proc";
   std::string iconProgram;  // what draws icons, tarvel-icon of the bundle
 
-  // When the process started, in any unit that tells two processes of one id apart; none for one
-  // that is gone.
-  std::function<std::optional<std::uint64_t>(std::int32_t pid)> startTime;
+  // What the process runs; none for one that is gone or runs no program.
+  std::function<std::optional<ProgramRun>(std::int32_t pid)> program;
 
   std::string iconFolder = {};  // where drawn icons are kept
 };
 
 // The desktop's applications by their desktop entries. The "bundle" of an application is its entry:
 // the path of the entry's file, the entry's identifier; its icon comes from the icon themes. What a
-// process belongs to is remembered for as long as it lives; that it belongs to nothing, for half a
-// minute, and not at all of one that is younger than ten seconds, since launchers move a process to
-// its unit after it has started. A drawing that cannot be had gives way to the icon's others, then
+// process belongs to, if anything, is remembered for as long as it runs the same program; that it
+// belongs to nothing not in its first ten seconds, since launchers move a process to its unit after
+// it has started. A drawing that cannot be had gives way to the icon's others, then
 // to the generic application icon. There is none where two others are being drawn, or this one
 // elsewhere or not long ago (drawing_turns.h): the icon is then asked for again in a later cycle.
 //

@@ -59,10 +59,11 @@ class ProcessTable::Reading {
     return energyLines(ranked);
   }
 
-  std::optional<std::uint64_t> startTime(std::int32_t pid) {
+  std::optional<ProgramRun> program(std::int32_t pid) {
     const std::lock_guard lock(mutex_);
     const Process* const process = sweep_.find(pid);
-    return process ? std::optional(process->startTime) : std::nullopt;
+    if (process == nullptr || process->isKernelThread) return std::nullopt;
+    return ProgramRun{process->startTime, process->name};
   }
 
  private:
@@ -188,8 +189,8 @@ std::string ProcessTable::lines(ProcessListKind kind, std::size_t rows) {
   return reading_->lines(kind, rows);
 }
 
-std::optional<std::uint64_t> ProcessTable::startTime(std::int32_t pid) const {
-  return reading_->startTime(pid);
+std::optional<ProgramRun> ProcessTable::program(std::int32_t pid) const {
+  return reading_->program(pid);
 }
 
 }  // namespace tarvel

@@ -11,6 +11,7 @@
 
 #include "platform/linux/monotonic_clock.h"
 #include "platform/linux/processes/process_sweep.h"
+#include "platform/linux/processes/program_run.h"
 
 // The process lists of a machine without a `top` that understands the samplers' commands: the same
 // tagged lines, made from /proc, without a shell.
@@ -57,9 +58,9 @@ class ProcessTable {
 
   std::string lines(ProcessListKind kind, std::size_t rows);
 
-  // When the process began, in clock ticks since boot, as of the latest look; none when it was not
-  // there. With the process id it names a process for good.
-  std::optional<std::uint64_t> startTime(std::int32_t pid) const;
+  // What the process ran, as of the latest look; none when it was not there, nor for the kernel's
+  // own threads, which run no program.
+  std::optional<ProgramRun> program(std::int32_t pid) const;
 
  private:
   class Reading;
