@@ -199,6 +199,33 @@ TEST_F(ProcessTableTest, ReadsOnlyWhatRan) {
   EXPECT_EQ(processes.lines(ProcessListKind::cpu, 1), cpuLine(1, "b  ", "1.0"));
 }
 
+TEST_F(ProcessTableTest, KeepsNoFileOpenWhenNobodyAsks) {
+  const auto open = [&] {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      if (std::filesystem::read_symlink(entry, gone) == home.path() / "1/stat") ++count;
+    }
+    return count;
+  };
+  auto processes = table();
+  const auto run = [&](std::chrono::milliseconds used) {
+    put(1, {"a", used});
+    now += 1s;
+    return processes.lines(ProcessListKind::cpu, 1);
+  };
+  for (int second = 1; second <= 4; ++second) run(second * 100ms);
+  EXPECT_EQ(open(), 1);
+  now += 10s;
+  processes.rest();
+  EXPECT_EQ(open(), 1) << "the look serves as the first of two";
+  now += 1ns;
+  processes.rest();
+  EXPECT_EQ(open(), 0);
+  run(1000ms);
+  EXPECT_EQ(run(1200ms), cpuLine(1, "a  ", "20.0"));
+}
+
 TEST_F(ProcessTableTest, WorksWithoutProcessorClocks) {
   hasClocks = false;
   put(1, {"a"});

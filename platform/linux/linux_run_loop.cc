@@ -66,9 +66,9 @@ class OutstandingRuns {
   std::map<std::string, int> counts_;
 };
 
-class BeatTimer : public Timer {
+class RepeatingTimer : public Timer {
  public:
-  BeatTimer(std::chrono::milliseconds interval, std::function<void()> work)
+  RepeatingTimer(std::chrono::milliseconds interval, std::function<void()> work)
       : period_(interval), action_(std::move(work)) {}
 
   void fire() override { runOrDrop(action_); }
@@ -108,12 +108,14 @@ class PollRunLoop : public LinuxRunLoop {
     while (!terminated_) {
       waitForWork();
       if (!terminated_) runDelayed();
-      if (!terminated_) runBeats();
+      if (!terminated_) runTimers();
     }
   }
 
+  void afterTimers(std::function<void()> work) override { afterTimers_ = std::move(work); }
+
   Timer& scheduledTimer(std::chrono::milliseconds interval, std::function<void()> action) override {
-    return *timers_.emplace_back(std::make_unique<BeatTimer>(interval, std::move(action)));
+    return *timers_.emplace_back(std::make_unique<RepeatingTimer>(interval, std::move(action)));
   }
 
   void performSelectorInBackground(std::string_view operation,
@@ -220,9 +222,11 @@ class PollRunLoop : public LinuxRunLoop {
     }
   }
 
-  void runBeats() {
+  void runTimers() {
     for (std::size_t i = 0; i < timers_.size() && !terminated_; ++i) {
-      if (timers_[i]->due() <= Clock::now()) timers_[i]->fireDue();
+      if (timers_[i]->due() > Clock::now()) continue;
+      timers_[i]->fireDue();
+      if (afterTimers_ && !terminated_) runOrDrop(afterTimers_);
     }
   }
 
@@ -232,7 +236,8 @@ class PollRunLoop : public LinuxRunLoop {
   FileDescriptor signalDescriptor_;
   FileDescriptor wakeDescriptor_;
   const std::shared_ptr<OutstandingRuns> outstanding_ = std::make_shared<OutstandingRuns>();
-  std::vector<std::unique_ptr<BeatTimer>> timers_;
+  std::vector<std::unique_ptr<RepeatingTimer>> timers_;
+  std::function<void()> afterTimers_;
   std::mutex delayedMutex_;
   std::deque<Delayed> delayed_;  // by due time, then by order of dispatch
 };

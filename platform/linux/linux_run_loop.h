@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/run_loop.h"
@@ -19,6 +20,10 @@ class LinuxRunLoop : public RunLoop {
   // Launches the application and runs it on the calling thread until it terminates. Background
   // threads may still run on return: whoever called leaves by _exit, touching nothing they use.
   virtual void run(ApplicationDelegate& application) = 0;
+
+  // Work of the platform that takes place after each timer that has fired, so that it needs no
+  // wake-up of its own. Set before run.
+  virtual void afterTimers(std::function<void()> work) = 0;
 };
 
 // Blocks or ignores the signals in the calling thread and so in all that it starts: to be made

@@ -70,6 +70,7 @@ int main() {
   AppDelegate delegate({*appleSMC, *ataSmart, *authorization, *bundle, *fileManager, *archiver,
                         *runLoop, *applications, *systemLog, *tasks, *updaters, *userDefaults,
                         *workspace});
+  runLoop->afterTimers([&] { processes.rest(); });
   runLoop->run(delegate);
   registration.reset();
   std::fflush(nullptr);

@@ -141,6 +141,10 @@ void ProcessSweep::account(Process& process, std::chrono::nanoseconds total, boo
   if (!isSame && process.used > elapsed_ * processors_) process.used = {};
 }
 
+void ProcessSweep::closeKept() {
+  for (auto& process : processes_) close(process);
+}
+
 void ProcessSweep::close(Process& process) {
   if (process.stat) --kept_;
   process.stat.reset();

@@ -60,6 +60,9 @@ class ProcessSweep {
 
   ProcessFiles& files() { return files_; }
 
+  // Closes every stat that is kept open; the next sweeps open those of busy processes again.
+  void closeKept();
+
  private:
   void matchList();
   bool update(Process& process, bool refresh);

@@ -59,6 +59,12 @@ class ProcessTable::Reading {
     return energyLines(ranked);
   }
 
+  void rest() {
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock || !hasSwept_ || clock_.now() - sweptAt_ <= kServesAsFirst) return;
+    sweep_.closeKept();
+  }
+
   std::optional<ProgramRun> program(std::int32_t pid) {
     const std::lock_guard lock(mutex_);
     const Process* const process = sweep_.find(pid);
@@ -188,6 +194,8 @@ std::optional<std::string> ProcessTable::answer(const std::string& shellCommand)
 std::string ProcessTable::lines(ProcessListKind kind, std::size_t rows) {
   return reading_->lines(kind, rows);
 }
+
+void ProcessTable::rest() { reading_->rest(); }
 
 std::optional<ProgramRun> ProcessTable::program(std::int32_t pid) const {
   return reading_->program(pid);

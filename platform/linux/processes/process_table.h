@@ -58,6 +58,10 @@ class ProcessTable {
 
   std::string lines(ProcessListKind kind, std::size_t rows);
 
+  // Closes the files that are kept open when the latest look is too old to compare with: nobody
+  // asks any more, and the processes end meanwhile. Does not wait for a look that is under way.
+  void rest();
+
   // What the process ran, as of the latest look; none when it was not there, nor for the kernel's
   // own threads, which run no program.
   std::optional<ProgramRun> program(std::int32_t pid) const;
