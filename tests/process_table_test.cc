@@ -204,21 +204,26 @@ TEST_F(ProcessTableTest, KeepsNoFileOpenWhenNobodyAsks) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
       std::error_code gone;
-      if (std::filesystem::read_symlink(entry, gone) == home.path() / "1/stat") ++count;
+      const auto file = std::filesystem::read_symlink(entry, gone);
+      if (file.parent_path() == home.path() / "1") ++count;
     }
     return count;
   };
   auto processes = table();
   const auto run = [&](std::chrono::milliseconds used) {
-    put(1, {"a", used});
+    put(1, {"a", used, 100, 100});
+    file(1, "statm", "100 100 0 0 0 0 0\n");
+    file(1, "io", "read_bytes: 0\nwrite_bytes: 0\n");
     now += 1s;
+    processes.lines(ProcessListKind::memory, 1);
+    processes.lines(ProcessListKind::energy, 1);
     return processes.lines(ProcessListKind::cpu, 1);
   };
   for (int second = 1; second <= 4; ++second) run(second * 100ms);
-  EXPECT_EQ(open(), 1);
+  EXPECT_EQ(open(), 3) << "stat, statm and io";
   now += 10s;
   processes.rest();
-  EXPECT_EQ(open(), 1) << "the look serves as the first of two";
+  EXPECT_EQ(open(), 3) << "the look serves as the first of two";
   now += 1ns;
   processes.rest();
   EXPECT_EQ(open(), 0);

@@ -57,6 +57,10 @@ std::vector<RankedProcess> EnergyRanking::highest(ProcessSweep& sweep, Monotonic
   });
 }
 
+void EnergyRanking::closeKept() {
+  for (auto& [pid, candidate] : candidates_) candidate.io.reset();
+}
+
 void EnergyRanking::look(ProcessSweep& sweep, const Process& process, MonotonicTime now,
                          Candidate& candidate) {
   ProcessFiles& files = sweep.files();

@@ -25,6 +25,8 @@ class EnergyRanking {
   std::vector<RankedProcess> highest(ProcessSweep& sweep, MonotonicTime now,
                                      std::chrono::nanoseconds elapsed, std::size_t rows);
 
+  void closeKept();
+
  private:
   // A candidate, what it was seen to have done, and the impact of what it did last.
   struct Candidate {

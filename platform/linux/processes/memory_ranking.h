@@ -20,6 +20,8 @@ class MemoryRanking {
   // Values in KiB.
   std::vector<RankedProcess> highest(ProcessSweep& sweep, std::size_t rows);
 
+  void closeKept() { kept_.clear(); }
+
   // KiB of the process in swap space.
   static std::uint64_t swapKiB(ProcessSweep& sweep, const Process& process);
 

@@ -63,6 +63,8 @@ class ProcessTable::Reading {
     const std::unique_lock lock(mutex_, std::try_to_lock);
     if (!lock || !hasSwept_ || clock_.now() - sweptAt_ <= kServesAsFirst) return;
     sweep_.closeKept();
+    memory_.closeKept();
+    energy_.closeKept();
   }
 
   std::optional<ProgramRun> program(std::int32_t pid) {
