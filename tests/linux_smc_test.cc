@@ -305,6 +305,17 @@ TEST(LinuxSMC, UsesKeysUpByWhatAnswersAlone) {
                                   "Mem Module A2=46", "SSD Proximity=35"}));
 }
 
+// 323, 301 and 300.15 K; the other chip's own fraction is cut.
+TEST(LinuxSMC, RoundsTemperaturesThatAreWholeKelvins) {
+  Machine machine;
+  for (const auto& [drive, number] : {std::pair("0", "49850"), {"1", "27850"}, {"2", "27000"}}) {
+    machine.chip(drive, "nvme", {"temp1_label", "Composite", "temp1_input", number});
+  }
+  machine.chip("3", "spd5118", {"temp1_input", "49850"});
+  EXPECT_EQ(machine.cycle(), named("temperature", {"Mem Module A1=49", "NAND Proximity 1=28",
+                                                   "NAND Proximity 2=27", "SSD Proximity=50"}));
+}
+
 TEST(LinuxSMC, KeepsTheNamesOfFansApartAndAsTheyWere) {
   Machine machine;
   machine.chip("0", "nct6798", {"fan1_input", "0", "fan2_input", "900", "fan3_input", "800"});

@@ -37,7 +37,7 @@ bool startsWith(AttributeFile& file, std::string_view text) {
 bool SensorFile::operator==(const SensorFile& other) const {
   const auto members = [](const SensorFile& file) {
     return std::tie(file.path, file.unitsPerOne, file.lowest, file.highest, file.energyRange,
-                    file.isZeroAsleep, file.statusFile, file.factorFile);
+                    file.isZeroAsleep, file.isWhole, file.statusFile, file.factorFile);
   };
   return members(*this) == members(other);
 }
@@ -158,7 +158,7 @@ std::optional<double> FileSensors::take(Sensor& sensor) const {
     if (!factor) return std::nullopt;
     reading *= static_cast<double>(*factor) / kMillion;
   }
-  return reading;
+  return source.isWhole ? std::round(reading) : reading;
 }
 
 }  // namespace tarvel

@@ -28,6 +28,7 @@ struct SensorFile {
 
   std::int64_t energyRange = 0;  // not 0: a counter of microjoules, read as watts
   bool isZeroAsleep = false;     // what it measures is 0 while the device sleeps
+  bool isWhole = false;          // the device counts whole units, so the reading is rounded to one
 
   // Of a battery. Drivers differ in the sign of what goes in or out, so that counts as positive
   // while it discharges, and as negative while the status says "Charging".

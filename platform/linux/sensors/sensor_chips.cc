@@ -40,6 +40,7 @@ SensorFile sensorFile(const std::string& chip, const std::string& path, std::str
   file.unitsPerOne = kind == "fan" ? 1 : kind == "power" ? kMicro : kMilli;
   // A controller's place without a sensor reads -127 or -128 degrees.
   if (chip == "applesmc" && kind == "temp") file.lowest = -126'999;
+  file.isWhole = kind == "temp" && matchesPattern(kWholeKelvinChips, chip);
   file.isZeroAsleep = kind != "temp" && kind != "in";
   if (kind == "energy") {
     file.lowest = 0;

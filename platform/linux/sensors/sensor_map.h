@@ -142,6 +142,10 @@ inline constexpr std::string_view kChipsOfUnusedFans =
 inline constexpr std::string_view kControllerChips = "applesmc|macsmc_hwmon";
 inline constexpr std::string_view kDriveChips = "nvme";
 
+// Chips that count whole kelvins (NVM Express Base Specification, SMART log page): the kernel takes
+// 273.15 off, so that 323 K, which is 50 degrees, reads 49850 millidegrees.
+inline constexpr std::string_view kWholeKelvinChips = "nvme";
+
 // Chips that sleep when nobody draws, and that a reading would wake.
 inline constexpr std::string_view kGraphicsChips = "amdgpu*|radeon|nouveau|i915|xe|nvidia";
 
