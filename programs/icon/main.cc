@@ -12,14 +12,15 @@
 #include "platform/image/tiff_writer.h"
 #include "platform/image/xpm_reader.h"
 #include "programs/icon/confinement.h"
-#include "programs/icon/svg_reader.h"
+#include "programs/icon/svg_library.h"
 
 // tarvel-icon POINTS PIXELS: draws the icon file on standard input (PNG, SVG or XPM) to standard
 // output, as a TIFF file that is shown POINTS wide and at most PIXELS wide (0: as it is).
 // tarvel-icon generic: draws the picture of an application without an icon.
 //
-// The file may be hostile. The program confines itself before it looks at the first byte; whoever
-// started it bounds the time. Exit status 0, or 1 when there is nothing to draw.
+// The file may be hostile. The program confines itself before it reads more of it than the first
+// bytes, which are compared and nothing else; whoever started it bounds the time. Exit status 0, or
+// 1 when there is nothing to draw.
 
 namespace {
 
@@ -39,14 +40,26 @@ std::string readInput() {
   return input;
 }
 
-std::optional<Raster> draw(const std::string& file, double points, std::uint32_t pixels) {
+constexpr std::string_view kPNG = "\x89PNG";
+
+// Whether the input may take the library of SVG files, which costs far more to load than any other
+// icon to draw, and has to be loaded before files are closed to this program.
+bool mayBeVectors() {
+  char start[kPNG.size()] = {};
+  const ssize_t count = ::pread(STDIN_FILENO, start, sizeof start, 0);
+  return count == sizeof start && std::string_view(start, sizeof start) != kPNG;
+}
+
+std::optional<Raster> draw(const std::string& file, double points, std::uint32_t pixels,
+                           const SVGLibrary* vectors) {
   if (file.size() > kInput) return std::nullopt;
-  if (file.starts_with("\x89PNG")) {
+  if (file.starts_with(kPNG)) {
     return readPNG({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
   }
   if (file.starts_with("/* XPM */")) return readXPM(file);
   const double side = pixels > 0 ? pixels : points;
-  return drawSVG(file, static_cast<std::uint32_t>(side));
+  if (vectors == nullptr) return std::nullopt;
+  return vectors->draw(file, static_cast<std::uint32_t>(side));
 }
 
 // A window with a title bar, 48 pixels wide.
@@ -85,6 +98,8 @@ bool parse(std::string_view text, Number& number) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::optional<SVGLibrary> vectors;
+  if (mayBeVectors()) vectors.emplace();
   if (!confine()) return 1;
   if (argc == 2 && std::string_view(argv[1]) == "generic") {
     return writeOut(tiffData(genericPicture(), kVectorPoints)) ? 0 : 1;
@@ -97,6 +112,6 @@ int main(int argc, char** argv) {
     std::fputs("tarvel-icon: arguments: POINTS PIXELS, or generic, are wanted\n", stderr);
     return 2;
   }
-  const auto raster = draw(readInput(), points, pixels);
+  const auto raster = draw(readInput(), points, pixels, vectors ? &*vectors : nullptr);
   return raster && writeOut(tiffData(scaledDown(*raster, pixels), points)) ? 0 : 1;
 }

@@ -35,20 +35,18 @@ Raster rasterOf(cairo_surface_t* surface, std::uint32_t side) {
 }
 
 }  // namespace
+}  // namespace tarvel
 
-std::optional<Raster> drawSVG(std::string_view file, std::uint32_t side) {
-  const Handle svg(rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(file.data()),
-                                             file.size(), nullptr));
-  if (!svg) return std::nullopt;
+bool tarvelDrawSVG(const char* file, std::size_t size, std::uint32_t side, tarvel::Raster* raster) {
+  using namespace tarvel;
+  const Handle svg(rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(file), size, nullptr));
+  if (!svg) return false;
   const auto pixels = static_cast<int>(side);
   const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
   const Context context(cairo_create(surface.get()));
   const RsvgRectangle square = {0, 0, static_cast<double>(side), static_cast<double>(side)};
-  if (rsvg_handle_render_document(svg.get(), context.get(), &square, nullptr) == 0) {
-    return std::nullopt;
-  }
+  if (rsvg_handle_render_document(svg.get(), context.get(), &square, nullptr) == 0) return false;
   cairo_surface_flush(surface.get());
-  return rasterOf(surface.get(), side);
+  *raster = rasterOf(surface.get(), side);
+  return true;
 }
-
-}  // namespace tarvel

@@ -1,15 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <string_view>
 
 #include "platform/image/raster.h"
 
+// What the library of SVG files offers to the program that loads it, by the name below.
+
 namespace tarvel {
 
-// The SVG file drawn to fit a square of this side in pixels, centred. Nothing outside the file is
-// read. None where it is broken.
-std::optional<Raster> drawSVG(std::string_view file, std::uint32_t side);
+// Draws the file to fit a square of this side in pixels, centred. Nothing outside the file is read.
+// Whether it could be drawn; a broken one leaves the raster as it is.
+using DrawSVG = bool(const char* file, std::size_t size, std::uint32_t side, Raster* raster);
+
+inline constexpr const char* kDrawSVGName = "tarvelDrawSVG";
 
 }  // namespace tarvel
+
+extern "C" tarvel::DrawSVG tarvelDrawSVG;
