@@ -1,9 +1,11 @@
 #include <fstream>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <variant>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "platform/linux/process_rights.h"
 #include "platform/recorded/machine.h"
@@ -179,6 +181,7 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   tree.write("systemd/multi-user.target.wants/smartmontools.service", "");
   KeptLog log;
   MachineRoots roots;
+  roots.proc = tree.path("proc");
   roots.systemd = tree.path("systemd");
   roots.sys = tree.path("sys");
   roots.disks = {tree.path("sys"), tree.path("udev"), tree.path("dev")};
@@ -188,9 +191,11 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
   EXPECT_EQ(found["temperatures"].details["count"], 3);
   EXPECT_EQ(found["voltages"].state, State::missing);
   EXPECT_EQ(found["disk sda"].state, State::missing);
-  EXPECT_TRUE(found["disk sda"].step.starts_with("sudo modprobe drivetemp"));
+  EXPECT_NE(found["disk sda"].step.find("modprobe drivetemp"), std::string::npos);
   EXPECT_EQ(found["disk sda"].found.find("smartd") != std::string::npos, mayPassCommands());
-  EXPECT_NE(found["powers"].step.find("tarvel-helper@USER.service"), std::string::npos);
+  EXPECT_NE(found["powers"].step.find("tarvel-helper@" + std::to_string(::geteuid())),
+            std::string::npos);
+  EXPECT_EQ(found["processes"].state, State::missing);  // the first one is not there
   EXPECT_EQ(found["disk sdb"].details["drivetemp"], true);
   EXPECT_EQ(found["disk sdb"].state, State::missing);  // the kernel does not show its identity
 
@@ -208,6 +213,20 @@ TEST(Doctor, FindsTheSensorsAndDisksOfAMachineAndTheStepThatHelps) {
       "temperatures|HDD||S.M.A.R.T.|sda|/dev/sda|\n"
       "temperatures|HDD||drivetemp|sdb|/sys/devices/sdb/hwmon/hwmon1/temp1_input|ROUND 8TB\n"
       "fans|Fan1|F0Ac|iwlwifi_1|fan1|/sys/devices/wifi/fan1_input|\n");
+}
+
+TEST(Doctor, KnowsFromItsEnvironmentWhereAHelperWrites) {
+  using namespace std::string_literals;
+  const std::pair<std::string, std::optional<std::string>> rows[] = {
+      {"A=1\0HOME=/home/a\0"s, "/home/a/.local/share"},
+      {"XDG_DATA_HOME=/data\0HOME=/home/a\0"s, "/data"},
+      {"HOME=/home/a\0XDG_DATA_HOME=/data"s, "/data"},
+      {"HOME=/home/a\0XDG_DATA_HOME=relative\0"s, "/home/a/.local/share"},
+      {"NO_XDG_DATA_HOME=/x\0\0HOME=\0"s, std::nullopt},
+      {"", std::nullopt}};
+  for (const auto& [environment, folder] : rows) {
+    EXPECT_EQ(dataHomeIn(environment), folder) << environment;
+  }
 }
 
 }  // namespace

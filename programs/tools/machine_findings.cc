@@ -23,13 +23,18 @@ constexpr const char* kGenericIcon = "application-x-executable";
 constexpr std::size_t kIdentifyLength = 512;
 
 // CVE-2020-8694: the energy of its instructions betrays what a program computes.
-constexpr const char* kClosedCounters =
-    "the energy counters are root's alone, since they betray what other programs compute; where "
-    "all users are trusted, an administrator may start tarvel-helper@USER.service";
-// What the sequence of commands ends with; docs/sensors.md has all of it.
-constexpr const char* kRawReading =
-    "sudo modprobe drivetemp: our commands leave the disk's S.M.A.R.T. switched off, also for "
-    "other monitors";
+std::string stepToClosedCounters() {
+  return "the energy counters are root's alone, since they betray what other programs compute; "
+         "where all users are trusted, an administrator may start tarvel-helper@" +
+         std::to_string(::geteuid()) + ".service";
+}
+
+// drivetemp looks at a disk when it is loaded, or when the disk comes, and takes none whose
+// S.M.A.R.T. is off. Ours ends so, also for other monitors: docs/sensors.md has all commands.
+std::string stepToDrivetemp(const std::string& disk) {
+  return "sudo smartctl --smart=on /dev/" + disk +
+         " (package smartmontools), then sudo modprobe -r drivetemp and sudo modprobe drivetemp";
+}
 
 // A machine without sensors is mostly no real one, and then no driver would help.
 bool isVirtualMachine() {
@@ -130,7 +135,7 @@ Findings kindFindings(const std::vector<Chip>& chips, const Counts& counts) {
   const bool any = !chips.empty();
   const std::string board = any ? "sudo sensors-detect finds the board's own driver" : "";
   const std::string processor = any ? "sudo modprobe coretemp (Intel) or k10temp (AMD)" : "";
-  const std::string power = hasClosedEnergyCounter(chips) ? kClosedCounters : board;
+  const std::string power = hasClosedEnergyCounter(chips) ? stepToClosedCounters() : board;
   return {kindFinding("temperatures", counts.temperatures, processor),
           kindFinding("fans", counts.fans, board), kindFinding("voltages", counts.voltages, board),
           kindFinding("currents", counts.currents, board),
@@ -157,10 +162,11 @@ bool isSmartdEnabled(const std::string& systemd) {
 }
 
 // A disk that this user's helper reads by commands.
-Finding commandedDisk(Finding finding, const MachineRoots& roots) {
+Finding commandedDisk(Finding finding, const AtaDisk& disk, const MachineRoots& roots) {
   const bool conflicts = isSmartdEnabled(roots.systemd);
   finding.found = "by commands to the disk, which this user may send";
-  finding.step = kRawReading;
+  finding.step = "stop the helper, whose commands leave S.M.A.R.T. switched off, then " +
+                 stepToDrivetemp(disk.name);
   finding.details["smartd"] = conflicts;
   if (!conflicts) return finding;
   finding.state = State::missing;
@@ -181,11 +187,14 @@ Finding diskFinding(const AtaDisk& disk, const MachineRoots& machine) {
                      {"mayPassCommands", commands},
                      {"suspended", isSuspended(disk)}};
   if (watched) return watchedDisk(std::move(finding), disk);
-  if (node && commands) return commandedDisk(std::move(finding), machine);
+  if (node && commands) return commandedDisk(std::move(finding), disk, machine);
   finding.state = State::missing;
   finding.found = node ? "not readable: commands to a disk take CAP_SYS_RAWIO"
                        : "not readable: its device file is closed to this user";
   finding.step = "sudo modprobe drivetemp";
+  if (::access((machine.sys + "/module/drivetemp").c_str(), F_OK) != 0) return finding;
+  finding.found += ", and drivetemp, which is loaded, found its S.M.A.R.T. off or no temperature";
+  finding.step = stepToDrivetemp(disk.name);
   return finding;
 }
 
@@ -196,6 +205,18 @@ Findings diskFindings(const MachineRoots& roots) {
     findings.push_back({"disks", State::note, "no ATA disk (NVMe disks are sensor chips)", ""});
   }
   return findings;
+}
+
+// proc(5): with hidepid=1 or 2 the first process, like all of other users, is closed or not there.
+Finding processFinding(const std::string& proc) {
+  Finding finding{"processes", State::ok, "those of all users", ""};
+  const bool others = ::access((proc + "/1/stat").c_str(), R_OK) == 0;
+  finding.details["others"] = others;
+  if (others) return finding;
+  finding.state = State::missing;
+  finding.found = "this user's alone: " + proc + " is mounted with hidepid";
+  finding.step = "mount it with hidepid=0, or with gid= of a group that this user is in";
+  return finding;
 }
 
 // Names of processes are shown with icons of the theme; the generic one stands in for missing ones.
@@ -240,6 +261,7 @@ Findings machineFindings(SystemLog& log, const MachineRoots& roots) {
   Findings findings = {controllerFinding(scan), chipFinding(scan.chips)};
   append(findings, kindFindings(scan.chips, countSensors(log, roots.sys)));
   append(findings, diskFindings(roots));
+  findings.push_back(processFinding(roots.proc));
   const auto folders = dataFolders();
   findings.push_back(iconFinding(folders));
   findings.push_back(entryFinding(folders));

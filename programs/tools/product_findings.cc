@@ -1,10 +1,14 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <system_error>
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include "platform/host/container/group_container.h"
@@ -108,6 +112,35 @@ Finding runningFinding(const ApplicationRegistry& registry, const std::string& s
   return finding;
 }
 
+// Where a process of this user has its store. An administrator's helper has more rights than we, so
+// that its environment is closed to us; its unit sets no other folders than those of the home.
+std::string storeFolderOf(long pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/environ");
+  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  auto folder = dataHomeIn(text);
+  const passwd* user = folder ? nullptr : ::getpwuid(::geteuid());
+  if (user != nullptr) folder = std::string(user->pw_dir) + "/.local/share";
+  return folder.value_or("") + "/" + std::string(kSuiteName);
+}
+
+Finding helperFinding(const ApplicationRegistry& registry,
+                      const std::optional<std::string>& container) {
+  Finding finding = runningFinding(registry, "helper", kHelperIdentifier);
+  if (finding.state != State::ok) {
+    finding.state = State::missing;
+    finding.step = "run tarvel watch, which starts one";
+    return finding;
+  }
+  const auto theirs = storeFolderOf(finding.details["pids"].front().get<long>());
+  finding.details["container"] = theirs;
+  std::error_code error;
+  if (!container || std::filesystem::equivalent(theirs, *container, error)) return finding;
+  finding.state = State::missing;
+  finding.found += ", and writes elsewhere: " + theirs;
+  finding.step = "start both with the same XDG_DATA_HOME: systemctl --user edit tarvel-helper";
+  return finding;
+}
+
 Finding bundleFinding(const std::string& bundle) {
   const bool helper = ::access((bundle + "/TarvelHelper").c_str(), X_OK) == 0;
   const auto version = infoValue(bundle + "/Info.plist", "CFBundleVersion");
@@ -137,17 +170,24 @@ Finding updateFinding(const std::string& bundle) {
 
 }  // namespace
 
+std::optional<std::string> dataHomeIn(std::string_view environment) {
+  std::optional<std::string> found;
+  while (!environment.empty()) {
+    const auto entry = environment.substr(0, environment.find('\0'));
+    environment.remove_prefix(std::min(entry.size() + 1, environment.size()));
+    if (entry.starts_with("XDG_DATA_HOME=/")) return std::string(entry.substr(entry.find('/')));
+    if (entry.starts_with("HOME=/")) found = std::string(entry.substr(5)) + "/.local/share";
+  }
+  return found;
+}
+
 Findings productFindings() {
   const auto container = groupContainer(kSuiteName);
   Findings findings = {containerFinding(container)};
   if (container) findings.push_back(storeFinding(*container));
   const ApplicationRegistry registry;
   findings.push_back(registryFinding(registry));
-  findings.push_back(runningFinding(registry, "helper", kHelperIdentifier));
-  if (findings.back().state != State::ok) {
-    findings.back().state = State::missing;
-    findings.back().step = "run tarvel watch, which starts one";
-  }
+  findings.push_back(helperFinding(registry, container));
   findings.push_back(runningFinding(registry, "viewer", kViewerIdentifier));
   findings.push_back(runningFinding(registry, "widget", kWidgetIdentifier));
   const std::string bundle = programFolder() + std::string(kBundleName);
