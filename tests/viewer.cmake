@@ -4,7 +4,7 @@ tarvel_test(viewer SOURCES export_test.cc viewer_test.cc USES tarvel_commands)
 target_compile_definitions(viewer_test PRIVATE
   TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>"
   TARVEL_BUNDLE="$<TARGET_FILE_DIR:TarvelHelper>"
-  TARVEL_CHANGELOG="${PROJECT_SOURCE_DIR}/packaging/changelog")
+  TARVEL_CHANGELOG="${PROJECT_SOURCE_DIR}/debian/changelog")
 add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools TarvelHelper)
 
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
