@@ -17,7 +17,9 @@ std::filesystem::path libraryPath() {
 
 }  // namespace
 
-SVGLibrary::SVGLibrary() : handle_(::dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL)) {}
+// It stays in memory when it is closed: GLib, below it, keeps state that must outlive an unloading.
+SVGLibrary::SVGLibrary()
+    : handle_(::dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {}
 
 SVGLibrary::~SVGLibrary() {
   if (handle_ != nullptr) ::dlclose(handle_);
