@@ -55,7 +55,7 @@ void placeColumn(const std::vector<PanelSize>& panels, std::vector<std::size_t> 
   }
 }
 
-// The panels of one kind over as many columns as the area has room for.
+// The panels of one kind over as many columns as fit into the area.
 void placeKind(const std::vector<PanelSize>& panels, const std::vector<std::size_t>& kind,
                std::size_t focused, Box area, std::vector<PlacedPanel>& placed) {
   const auto columns = std::min<std::size_t>(area.width >= kWide ? 2 : 1, kind.size());

@@ -17,7 +17,7 @@ struct Box {
 
 struct PanelSize {
   std::size_t panel = 0;  // its index
-  bool isList = false;    // a process list, which takes all the room it gets
+  bool isList = false;    // a process list, which takes all the space it gets
   int rows = 0;           // what it has to show, without its frame
 };
 
@@ -28,7 +28,7 @@ struct PlacedPanel {
 
 struct Layout {
   std::vector<PlacedPanel> placed;
-  std::vector<std::size_t> leftOut;  // there was no room for these
+  std::vector<std::size_t> leftOut;  // there was no space for these
 };
 
 // Lists to the left, sensors to the right, each column shared out by what its panels have to show;

@@ -22,9 +22,9 @@ struct MachineText {
 
 using MachineLine = std::vector<MachineText>;
 
-// Two to four lines for this width: what has no room is left out, the least important first. Levels
-// mark what a person should look at: processors from 90 %, memory from 90 %, pressure from 10 %, a
-// battery up to 15 %.
+// Two to four lines for this width: what does not fit is left out, the least important first.
+// Levels mark what a person should look at: processors from 90 %, memory from 90 %, pressure from
+// 10 %, a battery up to 15 %.
 std::vector<MachineLine> machineLines(const MachineTotals& totals, int width);
 
 }  // namespace tarvel::viewer

@@ -41,7 +41,7 @@ std::string title(const Model& model, std::size_t panel, bool isZoomed) {
   return text;
 }
 
-// The totals, then per-core load and graphs where there is room. Returns the lines taken.
+// The totals, then per-core load and graphs where they fit. Returns the lines taken.
 int paintMachine(Screen& screen, const Model& model) {
   const Box area = screen.area();
   int line = 0;
@@ -60,9 +60,9 @@ int paintMachine(Screen& screen, const Model& model) {
     const bool isFirst = line == 0 && model.machine().processors;
     if (isFirst) {
       const auto& cores = model.machine().processors->cores;
-      const int room = area.width - left;
-      if (static_cast<int>(cores.size()) + 6 <= room) {
-        left += screen.put(line, left, room, "cores ", Ink::kTitle);
+      const int space = area.width - left;
+      if (static_cast<int>(cores.size()) + 6 <= space) {
+        left += screen.put(line, left, space, "cores ", Ink::kTitle);
         screen.put(line, left, area.width - left, blocksText(cores, screen.isUnicode()),
                    Ink::kGood);
       }
@@ -222,8 +222,8 @@ ShownRows shownRows(const PanelView& panel, Box inner, std::size_t selected) {
   shown.perColumn = static_cast<std::size_t>(std::max(inner.height, 1));
   const bool isCrowded = panel.rows.size() > shown.perColumn;
   if (!panel.isList && isCrowded && inner.width >= kTwoColumns) shown.columns = 2;
-  const std::size_t room = shown.perColumn * shown.columns;
-  shown.first = selected < room ? 0 : selected - room + 1;
+  const std::size_t fitting = shown.perColumn * shown.columns;
+  shown.first = selected < fitting ? 0 : selected - fitting + 1;
   return shown;
 }
 

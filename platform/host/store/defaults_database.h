@@ -23,7 +23,7 @@ enum class DatabaseStatus {
   damaged,  // the file is no database, or a part of it cannot be trusted
   logFull,  // somebody has been reading for so long that the log may not grow any further
   busy,     // another process held it for longer than the patience
-  failed,   // anything else: no room, no permission
+  failed,   // anything else: no space, no permission
 };
 
 class DefaultsDatabase {
