@@ -4,7 +4,6 @@
 #include <chrono>
 #include <ctime>
 #include <mutex>
-#include <unordered_map>
 #include <utility>
 
 #include <fcntl.h>
@@ -17,6 +16,7 @@
 #include "platform/linux/desktop/icon_drawing.h"
 #include "platform/linux/desktop/icon_theme.h"
 #include "platform/linux/desktop/process_application.h"
+#include "platform/linux/recent_map.h"
 
 namespace tarvel {
 namespace {
@@ -27,7 +27,7 @@ constexpr auto kSettlingTime = 10s;  // a younger process may still become an ap
 constexpr auto kLookPatience = 2s;   // with the folders of icon themes
 constexpr auto kDrawPatience = 4s;
 constexpr auto kDrawPause = 10min;  // before an icon that did not come to stay is drawn again
-constexpr std::size_t kRemembered = 4096;
+constexpr std::size_t kRecentProcesses = 256;  // more than all lists show
 constexpr std::size_t kSubstitutes = 3;  // an icon's other drawings that are tried for a broken one
 constexpr const char* kGenericIcon = "application-x-executable";
 
@@ -96,9 +96,9 @@ class LinuxWorkspace : public Workspace {
 
   std::optional<std::string> GetProcessBundleLocation(ProcessSerialNumber process) override {
     const std::lock_guard lock(mutex_);
-    const auto found = processes_.find(static_cast<std::int32_t>(process));
-    if (found == processes_.end() || found->second.entryPath.empty()) return std::nullopt;
-    return found->second.entryPath;
+    const auto* found = processes_.find(static_cast<std::int32_t>(process));
+    if (found == nullptr || found->entryPath.empty()) return std::nullopt;
+    return found->entryPath;
   }
 
   std::optional<std::string> bundleIdentifier(const std::string& bundlePath) override {
@@ -146,10 +146,9 @@ class LinuxWorkspace : public Workspace {
   Process remembered(std::int32_t pid, const ProgramRun& run, unsigned index) {
     const std::lock_guard lock(mutex_);
     if (std::exchange(indexSeen_, index) != index) {
-      for (auto& [other, process] : processes_) process.isSettled = false;
+      processes_.forEach([](Process& process) { process.isSettled = false; });
       drawings_.forget();
     }
-    if (processes_.size() >= kRemembered && !processes_.contains(pid)) processes_.clear();
     auto& process = processes_[pid];
     if (process.run != run) process = {run, false, {}};
     return process;
@@ -179,7 +178,7 @@ class LinuxWorkspace : public Workspace {
   DrawingTurns drawings_{kDrawPause, [this] { return folderIdentity(options_.iconFolder); }};
   std::mutex mutex_;  // guards what follows; never held while a file is read
   unsigned indexSeen_ = 0;
-  std::unordered_map<std::int32_t, Process> processes_;
+  RecentMap<std::int32_t, Process, kRecentProcesses> processes_;
 };
 
 }  // namespace

@@ -25,7 +25,6 @@ constexpr std::chrono::nanoseconds kServesAgain = 500ms;
 constexpr std::chrono::nanoseconds kServesAsFirst = 10s;
 constexpr std::chrono::nanoseconds kBetweenTwo = 250ms;
 constexpr std::chrono::nanoseconds kUserServes = 10s;
-constexpr std::size_t kMostOwners = 1000;
 
 std::string lineStart(const Process& process) {
   return tagged("pid", std::to_string(process.pid)) + tagged("name", nameText(process.name));
@@ -132,7 +131,7 @@ class ProcessTable::Reading {
 
   std::vector<EnergyRow> energyRows(std::size_t rows) {
     std::vector<EnergyRow> list;
-    if (owners_.size() > kMostOwners) owners_.clear();
+    std::erase_if(owners_, [&](const auto& owner) { return sweep_.find(owner.first) == nullptr; });
     for (const auto& [process, tenths] : energy_.highest(sweep_, sweptAt_, elapsed_, rows)) {
       const auto owner = owners_.insert_or_assign(process->pid, ownerOf(*process)).first->second;
       list.push_back({lineStart(*process) + tagged("power", tenthsText(tenths)), owner.user});
