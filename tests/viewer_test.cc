@@ -265,6 +265,16 @@ TEST_F(ViewerTest, DataIsKeptByteForByte) {
   EXPECT_EQ(json({"defaults", "read", "Copy"})[0], Json::parse(R"(["CPU Proximity", "58", "1"])"));
 }
 
+// The file has twelve archives inside one another, each twelve times in the one around it.
+TEST_F(ViewerTest, OfArchivesInArchivesSomeAreShown) {
+  const std::string nested = TARVEL_FIXTURES "/archives/nested.plist";
+  EXPECT_EQ(tarvel({"defaults", "write", "Nested", "--data", nested}).status, 0);
+  const auto shown = tarvel({"defaults", "read", "Nested", "--json"});
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_LT(shown.output.size(), 32U << 20U);
+  EXPECT_TRUE(Json::parse(shown.output)[0][0][0].is_array());
+}
+
 TEST_F(ViewerTest, WatchingEnablesAllPanelsWhereNoneWereChosen) {
   fillStore();
   tarvel({"defaults", "delete", "Panels"});
