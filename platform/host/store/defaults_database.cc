@@ -143,9 +143,20 @@ int DefaultsDatabase::prepareFile() {
   if (newer_) return SQLITE_OK;
   sqlite3_wal_hook(connection_.get(), foldLog, this);
   code = execute(kSettings);
-  if (code == SQLITE_OK) code = execute("PRAGMA journal_mode=WAL");
+  if (code == SQLITE_OK) code = startLog();
   if (code == SQLITE_OK && *version == 0) code = makeTable();
   return code == SQLITE_OK ? prepareStatements() : code;
+}
+
+int DefaultsDatabase::startLog() {
+  Statement statement;
+  const int code = prepare("PRAGMA journal_mode=WAL", statement);
+  if (code != SQLITE_OK) return code;
+  Use use(statement.get());
+  const int stepped = use.step();
+  if (stepped != SQLITE_ROW) return stepped;
+  hasLog_ = use.text(0) == "wal";
+  return SQLITE_OK;
 }
 
 // SQLite calls it after each commit of ours, with the length of the WAL.
@@ -277,9 +288,38 @@ std::int64_t DefaultsDatabase::ownChanges() const {
   return sqlite3_total_changes64(connection_.get());
 }
 
+// Asking SQLite locks and unlocks the file. The header is looked at before that: a commit in
+// between is then noticed at the next call.
 std::int64_t DefaultsDatabase::othersVersion() {
+  const auto header = logHeader();
+  if (header && header == seenHeader_) return othersVersion_;
   Use use(dataVersion_.get());
-  return use.step() == SQLITE_ROW ? use.number(0) : 0;
+  const bool known = use.step() == SQLITE_ROW;
+  seenHeader_ = known ? header : std::nullopt;
+  othersVersion_ = known ? use.number(0) : 0;
+  return othersVersion_;
+}
+
+// The index begins with two copies of its header, which whoever commits writes one after the other
+// (https://www.sqlite.org/walformat.html); none while they differ. SQLite has it mapped already.
+std::optional<DefaultsDatabase::LogHeader> DefaultsDatabase::logHeader() const {
+  constexpr int kRegionSize = 32768;
+  sqlite3_file* file = nullptr;
+  if (!hasLog_) return std::nullopt;
+  sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  if (file == nullptr || file->pMethods == nullptr || file->pMethods->iVersion < 2) {
+    return std::nullopt;
+  }
+  void volatile* region = nullptr;
+  const int code = file->pMethods->xShmMap(file, 0, kRegionSize, 0, &region);
+  if (code != SQLITE_OK || region == nullptr) return std::nullopt;
+  const auto* words = static_cast<const volatile std::uint32_t*>(region);
+  LogHeader first{};
+  LogHeader second{};
+  for (auto& word : first) word = *words++;
+  file->pMethods->xShmBarrier(file);
+  for (auto& word : second) word = *words++;
+  return first == second ? std::optional(first) : std::nullopt;
 }
 
 int DefaultsDatabase::execute(const char* sql) const {

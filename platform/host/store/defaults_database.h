@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -60,7 +61,10 @@ class DefaultsDatabase {
   DatabaseStatus end(bool commit);
 
   std::int64_t ownChanges() const;
-  std::int64_t othersVersion();  // changes whenever another connection has changed the file
+
+  // Changes whenever another connection has changed the file. Costs no system call while nobody has
+  // changed anything.
+  std::int64_t othersVersion();
 
  private:
   struct Close {
@@ -69,11 +73,16 @@ class DefaultsDatabase {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
+  // Of the log's index in shared memory, 48 bytes: every commit of anybody changes it.
+  using LogHeader = std::array<std::uint32_t, 12>;
+
   DefaultsDatabase(const std::string& path, std::chrono::milliseconds patience)
       : path_(path), patience_(patience) {}
   bool isLogFull();
+  std::optional<LogHeader> logHeader() const;
   static int foldLog(void* self, sqlite3* connection, const char* name, int pages);
   int prepareFile();
+  int startLog();
   int makeTable();
   int prepareStatements();
   int execute(const char* sql) const;
@@ -85,8 +94,11 @@ class DefaultsDatabase {
   Statement read_, readAll_, write_, remove_, dataVersion_;
   std::chrono::milliseconds patience_;
   bool newer_ = false;
-  int waitForReadersAt_ = 4000;  // pages of the WAL
-  int logPages_ = 0;             // of the WAL after our latest commit
+  bool hasLog_ = false;  // in WAL mode, as it is wherever memory can be shared
+  std::optional<LogHeader> seenHeader_;
+  std::int64_t othersVersion_ = 0;  // as of that header
+  int waitForReadersAt_ = 4000;     // pages of the WAL
+  int logPages_ = 0;                // of the WAL after our latest commit
 };
 
 }  // namespace tarvel

@@ -71,10 +71,11 @@ DefaultsStore::DefaultsStore(std::string_view suite, SystemLog& log) : suite_(su
 
 DefaultsStore::~DefaultsStore() = default;
 
-std::optional<PropertyList> DefaultsStore::get(std::string_view key) {
+DefaultsStore::Found DefaultsStore::look(std::string_view key) {
   std::optional<Data> blob;
-  perform(Access::read, [&](DefaultsDatabase& database) { return database.read(key, blob); });
-  return decoded(blob);
+  const bool read =
+      perform(Access::read, [&](DefaultsDatabase& database) { return database.read(key, blob); });
+  return {decoded(blob), read};
 }
 
 Dictionary DefaultsStore::dictionaryRepresentation() {

@@ -80,36 +80,72 @@ class OwnTexts {
   std::map<std::string, std::string, std::less<>> texts_;
 };
 
-// Arrays, whose decoding takes longest, each kept while nobody has stored anything.
-class DecodedArrays {
+struct Reading {
+  SharedValue value;  // null: absent
+  bool lasts = true;  // until somebody stores something; else it is to be read each time
+};
+
+// What was read, for as long as nobody else stores anything; what this process stores is forgotten.
+// Arrays are kept, which are short and take longest to decode; of other values that they are there.
+class KnownValues {
  public:
-  explicit DecodedArrays(DefaultsStore& store) : store_(store) {}
+  explicit KnownValues(DefaultsStore& store) : store_(store) {}
 
   template <typename Read>
   SharedValue fetch(std::string_view key, Read read) {
     const std::lock_guard lock(mutex_);
-    const auto kept = arrays_.find(key);
-    if (kept == arrays_.end()) {
-      auto value = read();
-      if (value && value->template as<Array>()) arrays_.emplace(key, Kept{});
-      return value;
-    }
-    // Taken before the value is read: one that is stored in between is read again.
-    const auto token = store_.changeToken();
-    auto& array = kept->second;
-    if (!array.value || array.token != token) array = {token, read()};
-    return array.value;
+    const auto version = versionNow();
+    const auto* known = find(key, version);
+    if (known != nullptr && (known->array || !known->isThere)) return known->array;
+    return keep(key, version, read());
+  }
+
+  template <typename Read>
+  bool isThere(std::string_view key, Read read) {
+    const std::lock_guard lock(mutex_);
+    const auto version = versionNow();
+    const auto* known = find(key, version);
+    return known != nullptr ? known->isThere : keep(key, version, read()) != nullptr;
+  }
+
+  // After the value was written.
+  void forget(std::string_view key) {
+    const std::lock_guard lock(mutex_);
+    const auto known = values_.find(key);
+    if (known != values_.end()) values_.erase(known);
   }
 
  private:
-  struct Kept {
-    DefaultsStore::ChangeToken token;
-    SharedValue value;
+  using Version = std::pair<std::uint64_t, std::int64_t>;  // of the file, and of it by others
+  struct Known {
+    Version version;
+    bool isThere = false;
+    SharedValue array;
   };
 
+  // Taken before the value is read: one that is stored in between is read again.
+  Version versionNow() {
+    const auto token = store_.changeToken();
+    return {token.file, token.others};
+  }
+
+  const Known* find(std::string_view key, const Version& version) const {
+    const auto known = values_.find(key);
+    return known != values_.end() && known->second.version == version ? &known->second : nullptr;
+  }
+
+  SharedValue keep(std::string_view key, const Version& version, Reading reading) {
+    const bool isArray = reading.value && reading.value->as<Array>() != nullptr;
+    if (reading.lasts) {
+      values_.insert_or_assign(std::string(key), Known{version, reading.value != nullptr,
+                                                       isArray ? reading.value : nullptr});
+    }
+    return reading.value;
+  }
+
   DefaultsStore& store_;
-  std::mutex mutex_;  // guards what follows
-  std::map<std::string, Kept, std::less<>> arrays_;
+  std::mutex mutex_;  // guards what follows, and is held while a value is read
+  std::map<std::string, Known, std::less<>> values_;
 };
 
 class StoredUserDefaults : public UserDefaults {
@@ -117,32 +153,43 @@ class StoredUserDefaults : public UserDefaults {
   StoredUserDefaults(std::string_view suite, SystemLog& log) : store_(suite, log), times_(suite) {}
 
   std::shared_ptr<const PropertyList> objectForKey(std::string_view key) override {
-    return arrays_.fetch(key, [&] { return read(key); });
+    return known_.fetch(key, [&] { return read(key); });
   }
-  bool valueForKey(std::string_view key) override { return objectForKey(key) != nullptr; }
+  bool valueForKey(std::string_view key) override {
+    return known_.isThere(key, [&] { return read(key); });
+  }
   bool boolForKey(std::string_view key) override {
     const auto object = objectForKey(key);
     return object && boolValue(*object);
   }
   void setObject(const Data& data, std::string_view key) override {
     if (store_.set(key, data)) times_.note(key);
+    known_.forget(key);
   }
-  void setValue(std::string_view text, std::string_view key) override { texts_.set(text, key); }
-  void setBool(bool flag, std::string_view key) override { store_.set(key, flag); }
+  void setValue(std::string_view text, std::string_view key) override {
+    texts_.set(text, key);
+    known_.forget(key);
+  }
+  void setBool(bool flag, std::string_view key) override {
+    store_.set(key, flag);
+    known_.forget(key);
+  }
   void removeObjectForKey(std::string_view key) override {
     if (store_.remove(key) == Removal::failed) removals_.add(key);
+    known_.forget(key);
   }
 
  private:
-  SharedValue read(std::string_view key) {
-    auto value = store_.get(key);
+  Reading read(std::string_view key) {
     texts_.restoreInNewFile();
-    if (removals_.hides(key, value) || !value) return nullptr;
-    return std::make_shared<const PropertyList>(*std::move(value));
+    auto found = store_.look(key);
+    if (removals_.hides(key, found.value)) return {nullptr, false};
+    if (!found.value) return {nullptr, found.isCertain};
+    return {std::make_shared<const PropertyList>(*std::move(found.value)), true};
   }
 
   DefaultsStore store_;
-  DecodedArrays arrays_{store_};
+  KnownValues known_{store_};
   UnfinishedRemovals removals_{store_};
   OwnTexts texts_{store_};
   ReadingTimes times_;
