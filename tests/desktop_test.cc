@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -335,6 +336,7 @@ TEST_F(Desktop, WhatAProcessBelongsToIsRememberedForItsLife) {
   run.startTime = static_cast<std::uint64_t>(now.tv_sec * ::sysconf(_SC_CLK_TCK));  // just now
   EXPECT_EQ(identifier(), "");
   process(1, "/x/prog");
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(identifier(), "org.a.Program") << "what a young one belongs to is looked at again";
 }
 

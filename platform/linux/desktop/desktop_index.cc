@@ -185,8 +185,8 @@ const DesktopIndex::Application* DesktopIndex::atPath(std::string_view path) con
   return found != byPath_.end() ? found->second : nullptr;
 }
 
-const DesktopIndex::Application* DesktopIndex::startingProgram(
-    const std::string& path, const std::vector<std::string>& arguments) const {
+const DesktopIndex::Application* DesktopIndex::startingProgram(const std::string& path,
+                                                               const Arguments& arguments) const {
   const std::string name = lastPart(path);
   if (isLauncher(name)) return nullptr;
   for (const auto& key : {path, name}) {
@@ -198,10 +198,11 @@ const DesktopIndex::Application* DesktopIndex::startingProgram(
 
 const DesktopIndex::Application* DesktopIndex::chooseAmong(
     const std::vector<const Application*>& claimants, std::string_view programName,
-    const std::vector<std::string>& arguments) const {
+    const Arguments& arguments) const {
   if (claimants.size() == 1) return claimants.front();
+  const auto given = arguments();
   for (const auto* claimant : claimants) {
-    if (hasArguments(*claimant, arguments)) return claimant;
+    if (hasArguments(*claimant, given)) return claimant;
   }
   for (const auto* claimant : claimants) {
     if (claimant->identifier == programName) return claimant;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -49,18 +50,19 @@ class DesktopIndex {
   const Application* withIdentifier(std::string_view identifier) const;
   const Application* atPath(std::string_view path) const;
 
+  using Arguments = std::function<std::vector<std::string>()>;
+
   // The application that starts the program at this absolute path. Where several do, the one whose
-  // own arguments are all among those of the process, else the one named for the program.
-  const Application* startingProgram(const std::string& path,
-                                     const std::vector<std::string>& arguments) const;
+  // own arguments are all among those of the process, which are asked for only then, else the one
+  // named for the program.
+  const Application* startingProgram(const std::string& path, const Arguments& arguments) const;
 
  private:
   void readFolder(const std::string& folder, const std::string& below);
   void addEntry(const std::string& path, const std::string& pathBelow);
   void addProgram(const Application& application);
   const Application* chooseAmong(const std::vector<const Application*>& claimants,
-                                 std::string_view programName,
-                                 const std::vector<std::string>& arguments) const;
+                                 std::string_view programName, const Arguments& arguments) const;
 
   std::vector<std::string> dataFolders_;
   std::map<std::string, timespec> folders_;  // every folder that was read, with its change time

@@ -23,6 +23,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kLookServes = 200ms;  // for all lists of a cycle
 constexpr auto kSettlingTime = 10s;  // a younger process may still become an application
 constexpr auto kLookPatience = 2s;   // with the folders of icon themes
 constexpr auto kDrawPatience = 4s;
@@ -47,6 +50,10 @@ std::chrono::nanoseconds timeSince(std::uint64_t startTime) {
   const auto tick = std::chrono::nanoseconds(1s) / ::sysconf(_SC_CLK_TCK);
   return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec) -
          startTime * tick;
+}
+
+bool isRecent(Clock::time_point look) {
+  return look != Clock::time_point() && Clock::now() - look < kLookServes;
 }
 
 Data genericIcon(const std::string& iconProgram) {
@@ -84,7 +91,7 @@ class LinuxWorkspace : public Workspace {
     if (!run) return std::nullopt;
     const auto current = index_.snapshot();
     auto process = remembered(pid, *run, current.number);
-    if (!process.isSettled) {
+    if (!process.isSettled && !isRecent(process.lookedAt)) {
       resolve(pid, process, *current.index);
       const std::lock_guard lock(mutex_);
       processes_[pid] = process;
@@ -138,19 +145,23 @@ class LinuxWorkspace : public Workspace {
  private:
   struct Process {
     ProgramRun run;
-    bool isSettled = false;  // what follows holds for as long as it runs
-    std::string entryPath;   // empty: no application
+    bool isSettled = false;      // what follows holds for as long as it runs
+    Clock::time_point lookedAt;  // else it is looked at again
+    std::string entryPath;       // empty: no application
   };
 
   // What is known of the process; entries that went or came change what any process belongs to.
   Process remembered(std::int32_t pid, const ProgramRun& run, unsigned index) {
     const std::lock_guard lock(mutex_);
     if (std::exchange(indexSeen_, index) != index) {
-      processes_.forEach([](Process& process) { process.isSettled = false; });
+      processes_.forEach([](Process& process) {
+        process.isSettled = false;
+        process.lookedAt = {};
+      });
       drawings_.forget();
     }
     auto& process = processes_[pid];
-    if (process.run != run) process = {run, false, {}};
+    if (process.run != run) process = {run, false, {}, {}};
     return process;
   }
 
@@ -159,6 +170,7 @@ class LinuxWorkspace : public Workspace {
     const auto* application = processApplication(options_.procFolder, pid, index, sandboxes_);
     process.entryPath = application != nullptr ? application->path : std::string();
     process.isSettled = application != nullptr || !isYoung;
+    process.lookedAt = Clock::now();
   }
 
   template <typename Draw>

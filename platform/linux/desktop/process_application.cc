@@ -1,11 +1,12 @@
 #include "platform/linux/desktop/process_application.h"
 
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <filesystem>
+#include <climits>
 #include <memory>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include <sys/stat.h>
@@ -55,18 +56,16 @@ const Application* byUnit(const std::string& folder, const DesktopIndex& index) 
   return nullptr;
 }
 
-// Whether there may be a sandbox to look into: not where the process sees the mounts that this one
-// sees, nor where its root is closed to us. Told by the kernel without a look at any file system.
-bool mayBeSandboxed(const std::string& folder) {
-  std::error_code error;
-  const auto theirs = std::filesystem::read_symlink(folder + "/ns/mnt", error);
-  if (error) return error != std::errc::permission_denied;
-  return theirs != std::filesystem::read_symlink("/proc/self/ns/mnt", error);
+// What the link says, without a look at what it stands for; none with errno set.
+std::optional<std::string> linkText(const std::string& path) {
+  std::array<char, PATH_MAX> text;
+  const ssize_t length = ::readlink(path.c_str(), text.data(), text.size());
+  if (length < 0) return std::nullopt;
+  return std::string(text.data(), static_cast<std::size_t>(length));
 }
 
 const Application* bySandbox(const std::string& folder, const DesktopIndex& index,
                              SandboxLooks& sandboxes) {
-  if (!mayBeSandboxed(folder)) return nullptr;
   const auto name = sandboxes.name(folder);
   return name ? index.withIdentifier(*name) : nullptr;
 }
@@ -84,11 +83,10 @@ std::vector<std::string> argumentsOf(const std::string& folder) {
 
 const Application* byProgram(const std::string& folder, const DesktopIndex& index) {
   constexpr std::string_view deleted = " (deleted)";  // upgraded while it runs
-  std::error_code error;
-  std::string program = std::filesystem::read_symlink(folder + "/exe", error).string();
-  if (error) return nullptr;
-  if (program.ends_with(deleted)) program.resize(program.size() - deleted.size());
-  return index.startingProgram(program, argumentsOf(folder));
+  auto program = linkText(folder + "/exe");
+  if (!program) return nullptr;
+  if (program->ends_with(deleted)) program->resize(program->size() - deleted.size());
+  return index.startingProgram(*program, [&] { return argumentsOf(folder); });
 }
 
 // Launchers leave the entry's path in the environment, which all descendants inherit: it counts
@@ -108,9 +106,17 @@ const Application* byLaunch(const std::string& folder, std::int32_t pid,
 
 }  // namespace
 
-SandboxLooks::SandboxLooks() : looks_("sandbox", kLongestLook, kMostLooks) {}
+SandboxLooks::SandboxLooks()
+    : ownMounts_(linkText("/proc/self/ns/mnt").value_or("")),
+      looks_("sandbox", kLongestLook, kMostLooks) {}
+
+bool SandboxLooks::mayBe(const std::string& processFolder) const {
+  const auto theirs = linkText(processFolder + "/ns/mnt");
+  return theirs ? *theirs != ownMounts_ : errno != EACCES;
+}
 
 std::optional<std::string> SandboxLooks::name(const std::string& processFolder) {
+  if (!mayBe(processFolder)) return std::nullopt;
   const auto found = std::make_shared<std::optional<std::string>>();
   const auto outcome = looks_.run(processFolder, [found, path = processFolder + kSandboxFile] {
     const auto text = readSmallFile(path, kProcLimit);

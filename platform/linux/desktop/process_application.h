@@ -19,6 +19,12 @@ class SandboxLooks {
   std::optional<std::string> name(const std::string& processFolder);
 
  private:
+  // Whether there may be a sandbox to look into: not where the process sees the mounts that this
+  // one sees, nor where its root is closed to us. Told by the kernel without a look at any file
+  // system.
+  bool mayBe(const std::string& processFolder) const;
+
+  const std::string ownMounts_;
   BoundedLooks looks_;
 };
 
