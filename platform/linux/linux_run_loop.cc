@@ -30,6 +30,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::chrono::milliseconds kBetweenAsking{10};
+
 sigset_t terminationSignals() {
   sigset_t signals;
   ::sigemptyset(&signals);
@@ -159,9 +161,15 @@ class PollRunLoop : public LinuxRunLoop {
     if (std::this_thread::get_id() != mainThread_) wake();
   }
 
+  // Asked between short steps, so that it does not ask the kernel each time.
   bool isEnding() override {
-    pollfd signals = {signalDescriptor_.get(), POLLIN, 0};
-    return terminated_ || ::poll(&signals, 1, 0) > 0;
+    const auto now = Clock::now();
+    if (!hasSignal_ && now - askedAt_ >= kBetweenAsking) {
+      pollfd signals = {signalDescriptor_.get(), POLLIN, 0};
+      hasSignal_ = ::poll(&signals, 1, 0) > 0;
+      askedAt_ = now;
+    }
+    return terminated_ || hasSignal_;
   }
 
   void terminate() override {
@@ -233,6 +241,8 @@ class PollRunLoop : public LinuxRunLoop {
   const std::thread::id mainThread_ = std::this_thread::get_id();
   ApplicationDelegate* delegate_ = nullptr;
   bool terminated_ = false;
+  bool hasSignal_ = false;  // one that ends the program, not yet acted on
+  Clock::time_point askedAt_{};
   FileDescriptor signalDescriptor_;
   FileDescriptor wakeDescriptor_;
   const std::shared_ptr<OutstandingRuns> outstanding_ = std::make_shared<OutstandingRuns>();

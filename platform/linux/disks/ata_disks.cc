@@ -32,6 +32,7 @@ std::vector<AtaDisk> listAtaDisks(const AtaDiskRoots& roots) {
   std::vector<AtaDisk> disks;
   const std::string folder = roots.sys + "/block";
   for (const auto& name : folderNames(folder)) {
+    if (!name.starts_with("sd")) continue;  // the kernel's name of SCSI and ATA disks
     const std::string block = std::string(folder).append("/").append(name);
     if (readAttribute(block + "/device/type") != "0") continue;
     AtaDisk disk;
