@@ -98,6 +98,7 @@ TEST_F(StoreTest, ServesTheUserDefaults) {
                   {0.5, true},      {"YES", true},       {" +01", true}, {"no", false},
                   {Data{1}, false}, {Array{true}, false}};
   DefaultsStore store(kSuite, log);
+  EXPECT_FALSE(defaults->valueForKey("flag"));
   for (const auto& [value, expected] : booleans) {
     store.set("flag", value);
     EXPECT_EQ(defaults->boolForKey("flag"), expected);
