@@ -25,14 +25,16 @@ CurrentIndex::Snapshot CurrentIndex::snapshot() {
   const auto now = Clock::now();
   if (!state_->looking && now >= state_->nextLook) {
     state_->looking = true;
+    if (state_->nextLook == Clock::time_point()) state_->firstAwaitedUntil = now + kPatience;
     state_->nextLook = now + kLookInterval;
     lock.unlock();
     const auto outcome =
         runBounded("desktop entries", kPatience, [state = state_] { look(*state); });
     lock.lock();
     if (outcome == BoundedOutcome::notStarted) state_->looking = false;
-  } else if (state_->latest.number == 0) {  // better the first one late than none
-    state_->looked.wait_for(lock, kPatience, [&] { return state_->latest.number != 0; });
+  } else {  // better the first one late than none
+    state_->looked.wait_until(lock, state_->firstAwaitedUntil,
+                              [&] { return state_->latest.number != 0; });
   }
   return state_->latest;
 }

@@ -12,8 +12,9 @@
 namespace tarvel {
 
 // The index of the desktop entries as the folders are now, shared by all threads. Folders may hang
-// (a network that is gone): one thread at a time reads them, nobody waits longer than a second for
-// it, and everybody goes on with the index that was read last.
+// (a network that is gone): one thread at a time reads them, whoever has it begin waits a second at
+// most, all others only for the first index and only in its first second, and everybody goes on
+// with the index that was read last.
 class CurrentIndex {
  public:
   explicit CurrentIndex(std::vector<std::string> dataFolders);
@@ -37,6 +38,7 @@ class CurrentIndex {
     Snapshot latest;
     bool looking = false;
     Clock::time_point nextLook;
+    Clock::time_point firstAwaitedUntil;
   };
 
   static void look(State& state);
