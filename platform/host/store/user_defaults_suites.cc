@@ -134,7 +134,7 @@ class KnownValues {
     return known != values_.end() && known->second.version == version ? &known->second : nullptr;
   }
 
-  SharedValue keep(std::string_view key, const Version& version, Reading reading) {
+  SharedValue keep(std::string_view key, const Version& version, const Reading& reading) {
     const bool isArray = reading.value && reading.value->as<Array>() != nullptr;
     if (reading.lasts) {
       values_.insert_or_assign(std::string(key), Known{version, reading.value != nullptr,
