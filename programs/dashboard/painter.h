@@ -7,9 +7,9 @@
 
 #include "programs/dashboard/layout.h"
 #include "programs/dashboard/screen.h"
-#include "programs/dashboard/source_listing.h"
 #include "viewer/model.h"
 #include "viewer/process_target.h"
+#include "viewer/sources/source_listing.h"
 
 // The model on the screen.
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -26,6 +28,9 @@ class SourceListing {
   // Starts the listing where that has not happened yet. Does not wait.
   void request();
 
+  // Waits until the listing that was requested is there, or for so long at most: a driver may hang.
+  void wait(std::chrono::milliseconds longest) const;
+
   // The source of the sensor at this place among those of its name, in the panel of this short
   // name; none while the listing is not there, and where it does not know the sensor.
   std::optional<ListedSource> of(std::string_view panel, const std::string& sensor,
@@ -33,14 +38,17 @@ class SourceListing {
 
  private:
   using Key = std::tuple<std::string, std::string, std::size_t>;
+  using Sources = std::map<Key, ListedSource>;
 
-  // Shared with the thread that waits for the program: it may outlive the dashboard's end.
+  // Shared with the thread that waits for the program, which may outlive the viewer's end.
   struct State {
     std::mutex mutex;
-    std::map<Key, ListedSource> sources;
+    std::condition_variable ended;
+    bool hasEnded = false;
+    Sources sources;
   };
 
-  static void fill(State& state);
+  static Sources list();
 
   std::shared_ptr<State> state_;
 };

@@ -1,4 +1,4 @@
-#include "programs/dashboard/source_listing.h"
+#include "viewer/sources/source_listing.h"
 
 #include <system_error>
 #include <thread>
@@ -22,20 +22,33 @@ std::string textAt(const nlohmann::json& object, const char* name) {
 void SourceListing::request() {
   if (state_) return;
   state_ = std::make_shared<State>();
+  const auto run = [state = state_] {
+    auto sources = list();
+    const std::lock_guard lock(state->mutex);
+    state->sources = std::move(sources);
+    state->hasEnded = true;
+    state->ended.notify_all();
+  };
   try {
-    std::thread([state = state_] { fill(*state); }).detach();
+    std::thread(run).detach();
   } catch (const std::system_error&) {
-    // Without a thread there is no listing, and the dashboard is as good as before.
+    state_->hasEnded = true;  // without a thread there is no listing, and the viewer does without
   }
 }
 
-void SourceListing::fill(State& state) {
+void SourceListing::wait(std::chrono::milliseconds longest) const {
+  if (!state_) return;
+  std::unique_lock lock(state_->mutex);
+  state_->ended.wait_for(lock, longest, [this] { return state_->hasEnded; });
+}
+
+SourceListing::Sources SourceListing::list() {
   const auto tools = installedProgram("tarvel-tools");
-  if (!tools) return;
+  if (!tools) return {};
   const auto output = readProgramOutput(*tools, {"doctor", "--sensors", "--json"});
   const auto listing = nlohmann::json::parse(output, nullptr, false);
-  if (!listing.is_object() || !listing.contains("sensors")) return;
-  std::map<Key, ListedSource> sources;
+  if (!listing.is_object() || !listing.contains("sensors")) return {};
+  Sources sources;
   std::map<std::pair<std::string, std::string>, std::size_t> seen;
   for (const auto& entry : listing["sensors"]) {
     if (!entry.is_object()) continue;
@@ -45,8 +58,7 @@ void SourceListing::fill(State& state) {
     sources[{panel, name, place}] = {textAt(entry, "chip") + " " + textAt(entry, "label"),
                                      textAt(entry, "file"), textAt(entry, "model")};
   }
-  const std::lock_guard lock(state.mutex);
-  state.sources = std::move(sources);
+  return sources;
 }
 
 std::optional<ListedSource> SourceListing::of(std::string_view panel, const std::string& sensor,
