@@ -1,6 +1,7 @@
 #include "programs/dashboard/terminal_guard.h"
 
 #include <csignal>
+#include <optional>
 #include <string_view>
 
 #include <sys/prctl.h>
@@ -19,18 +20,21 @@ void leaveScreen() {
   [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, kLeave.data(), kLeave.size());
 }
 
-int guard(pid_t child, const sigset_t& signals) {
+std::optional<termios> terminalSettings() {
   termios settings{};
-  const bool isTerminal = ::tcgetattr(STDIN_FILENO, &settings) == 0;
+  return ::tcgetattr(STDIN_FILENO, &settings) == 0 ? std::optional(settings) : std::nullopt;
+}
+
+int guard(pid_t child, const sigset_t& signals, const std::optional<termios>& settings) {
   int status = 0;
   while (::waitpid(child, &status, WNOHANG) == 0) {
     const int signal = ::sigwaitinfo(&signals, nullptr);
     if (signal > 0 && signal != SIGCHLD) ::kill(child, SIGTERM);
   }
   if (WIFSIGNALED(status)) leaveScreen();
-  if (isTerminal) {
+  if (settings) {
     std::signal(SIGTTOU, SIG_IGN);  // a job in the background may put its terminal in order
-    ::tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
+    ::tcsetattr(STDIN_FILENO, TCSADRAIN, &*settings);
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
@@ -44,9 +48,10 @@ void goOnGuarded() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
     ::sigaddset(&signals, signal);
   ::sigprocmask(SIG_BLOCK, &signals, &before);
+  const auto settings = terminalSettings();  // before the dashboard can change them
   const pid_t guardian = ::getpid();
   const pid_t child = ::fork();
-  if (child > 0) ::_exit(guard(child, signals));
+  if (child > 0) ::_exit(guard(child, signals, settings));
   ::sigprocmask(SIG_SETMASK, &before, nullptr);
   if (child < 0) return;
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
