@@ -12,6 +12,7 @@
 #include "programs/dashboard/layout.h"
 #include "programs/dashboard/machine_lines.h"
 #include "programs/dashboard/themes.h"
+#include "tests/temporary_tree.h"
 #include "viewer/display_rows.h"
 #include "viewer/history.h"
 #include "viewer/process_facts.h"
@@ -44,6 +45,18 @@ std::string faultOf(const Layout& layout, std::size_t count, std::size_t focused
   return placed.size() + layout.leftOut.size() == count ? "" : "a panel vanished unannounced";
 }
 
+// Whether all rows have their place when the area is lower by that much.
+bool showsAllRows(const std::vector<PanelSize>& panels, std::size_t focused, Box area, int less) {
+  area.height -= less;
+  const auto layout = layOut(panels, focused, area, false);
+  return layout.leftOut.empty() &&
+         std::all_of(panels.begin(), panels.end(), [&](const PanelSize& panel) {
+           return std::any_of(layout.placed.begin(), layout.placed.end(), [&](const auto& placed) {
+             return placed.panel == panel.panel && placed.box.height >= panel.rows + 2;
+           });
+         });
+}
+
 TEST(Layout, EverySizeHoldsTheFocusedPanelAndNothingOverlapsOrVanishes) {
   const std::vector<std::vector<PanelSize>> sets = {
       {{0, true, 30},
@@ -65,6 +78,8 @@ TEST(Layout, EverySizeHoldsTheFocusedPanelAndNothingOverlapsOrVanishes) {
           const auto layout = layOut(panels, focused, area, false);
           ASSERT_EQ(faultOf(layout, panels.size(), focused, area), "")
               << width << "x" << height << ", panel " << focused;
+          ASSERT_TRUE(layout.spare == 0 || showsAllRows(panels, focused, area, layout.spare))
+              << width << "x" << height << ", panel " << focused;
         }
       }
       const Box area{0, 0, 30, 100};
@@ -77,6 +92,7 @@ TEST(Layout, EverySizeHoldsTheFocusedPanelAndNothingOverlapsOrVanishes) {
   EXPECT_TRUE(layOut(sets[0], 0, {0, 0, 0, 80}, false).placed.empty());
   EXPECT_TRUE(layOut({}, 0, {0, 0, 24, 80}, true).placed.empty());
   EXPECT_TRUE(layOut(sets[0], 0, {1, 0, 60, 200}, false).leftOut.empty());
+  EXPECT_EQ(layOut(sets[1], 2, {1, 0, 60, 200}, false).spare, 28);
 }
 
 TEST(History, ASeriesKeepsItsLatestValuesAndItsExtremesForever) {
@@ -225,6 +241,27 @@ std::vector<std::string> shown(std::string_view key, const Reading& reading,
     lines.push_back(row.isHidden ? "(" + line + ")" : line);
   }
   return lines;
+}
+
+TEST(Facts, TrafficIsARateOnceThereAreTwoLooksAtTheSameProcess) {
+  const TemporaryTree tree;
+  const auto write = [&](const char* start, int read) {
+    tree.write("7/stat", std::string("7 (a) b) S 1 1 1 0 -1 0 0 0 0 0 1 1 0 0 20 0 3 0 ") + start);
+    tree.write("7/io", "rchar: 5\nread_bytes: " + std::to_string(read) + "\nwrite_bytes: 4096\n");
+  };
+  ProcessFactsReader reader(tree.path());
+  write("100", 1000);
+  EXPECT_FALSE(reader.ratesOf(7));
+  reader.endRefresh();
+  write("100", 900000);
+  ASSERT_TRUE(reader.ratesOf(7));
+  EXPECT_GT(reader.ratesOf(7)->bytesRead, 0);
+  EXPECT_EQ(reader.ratesOf(7)->bytesWritten, 0);
+  reader.endRefresh();
+  write("200", 950000);  // the id was given anew
+  EXPECT_FALSE(reader.ratesOf(7));
+  reader.endRefresh();
+  EXPECT_FALSE(reader.ratesOf(8));
 }
 
 TEST(Rows, ProcessesAreGroupedFilteredAndOrderedAsChosen) {

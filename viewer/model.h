@@ -64,6 +64,7 @@ class Model {
 
   // Facts of a process that is on the screen; null where it has ended.
   const ProcessFacts* facts(std::int32_t pid) { return facts_.of(pid); }
+  std::optional<ProcessRates> rates(std::int32_t pid) { return facts_.ratesOf(pid); }
 
   // The panel is hidden here, or shown again. In the store it follows only while no other viewer
   // runs: what others look at goes on being measured.

@@ -82,6 +82,7 @@ const ProcessFacts* ProcessFactsReader::of(std::int32_t pid) {
     facts.command = std::move(entry.facts.command);
     facts.user = std::move(entry.facts.user);
   } else {
+    entry.traffic.reset();
     readCommand(folder, facts);
     facts.user = userOf(folder);
   }
@@ -93,20 +94,46 @@ void ProcessFactsReader::endRefresh() {
   for (auto entry = entries_.begin(); entry != entries_.end();) {
     const bool isUsed = std::exchange(entry->second.isUsed, false);
     entry->second.isFresh = false;
+    entry->second.areRatesFresh = false;
     entry = isUsed ? std::next(entry) : entries_.erase(entry);
   }
 }
 
-bool readTraffic(std::int32_t pid, ProcessTraffic& traffic) {
-  const std::string text = textOf(folderOf("/proc", pid) + "/io");
-  if (text.empty()) return false;
+void ProcessFactsReader::updateRates(std::int32_t pid, Entry& entry) {
+  const auto traffic = readTraffic(pid, root_);
+  const auto now = std::chrono::steady_clock::now();
+  const std::chrono::duration<double> passed = now - entry.trafficTime;
+  entry.rates.reset();
+  if (traffic && entry.traffic && passed.count() > 0) {
+    const auto rate = [&](std::uint64_t before, std::uint64_t after) {
+      return after > before ? static_cast<double>(after - before) / passed.count() : 0;
+    };
+    entry.rates = {rate(entry.traffic->bytesRead, traffic->bytesRead),
+                   rate(entry.traffic->bytesWritten, traffic->bytesWritten)};
+  }
+  entry.traffic = traffic;
+  entry.trafficTime = now;
+  entry.areRatesFresh = true;
+}
+
+std::optional<ProcessRates> ProcessFactsReader::ratesOf(std::int32_t pid) {
+  if (of(pid) == nullptr) return std::nullopt;
+  auto& entry = entries_[pid];
+  if (!entry.areRatesFresh) updateRates(pid, entry);
+  return entry.rates;
+}
+
+std::optional<ProcessTraffic> readTraffic(std::int32_t pid, const std::string& root) {
+  const std::string text = textOf(folderOf(root, pid) + "/io");
+  if (text.empty()) return std::nullopt;
+  ProcessTraffic traffic;
   for (std::string_view rest = text; !rest.empty();) {
     auto line = takeLine(rest);
     const auto name = takeWord(line);
     if (name == "read_bytes:") traffic.bytesRead = wholeNumber(takeWord(line));
     if (name == "write_bytes:") traffic.bytesWritten = wholeNumber(takeWord(line));
   }
-  return true;
+  return traffic;
 }
 
 }  // namespace tarvel::viewer

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,6 +28,11 @@ struct ProcessTraffic {
   std::uint64_t bytesWritten = 0;
 };
 
+struct ProcessRates {
+  double bytesRead = 0;  // a second, between the two latest refreshes
+  double bytesWritten = 0;
+};
+
 // Facts by process id. State, threads and priority are read once between two calls of endRefresh;
 // the command line and the user once in the life of a process. One thread.
 class ProcessFactsReader {
@@ -34,6 +41,10 @@ class ProcessFactsReader {
 
   // Null where the process is gone. Valid until the next call.
   const ProcessFacts* of(std::int32_t pid);
+
+  // What the process moves to and from disks. None at the first look, and where the kernel does not
+  // let us know.
+  std::optional<ProcessRates> ratesOf(std::int32_t pid);
 
   // The facts are read anew from now on. Forgets processes that were not asked for since the last
   // call.
@@ -44,7 +55,13 @@ class ProcessFactsReader {
     ProcessFacts facts;
     bool isUsed = true;
     bool isFresh = true;
+    bool areRatesFresh = false;
+    std::optional<ProcessTraffic> traffic;  // as of the latest look at it
+    std::chrono::steady_clock::time_point trafficTime;
+    std::optional<ProcessRates> rates;
   };
+
+  void updateRates(std::int32_t pid, Entry& entry);
 
   std::string root_;
   std::map<std::int32_t, Entry> entries_;
@@ -53,7 +70,7 @@ class ProcessFactsReader {
 // The text of /proc/PID/stat (proc(5)); false where it is none.
 bool parseProcessStat(std::string_view text, ProcessFacts& facts);
 
-// The process's disk traffic; false where the kernel does not let us know.
-bool readTraffic(std::int32_t pid, ProcessTraffic& traffic);
+// The process's disk traffic (proc(5), io); none where the kernel does not let us know.
+std::optional<ProcessTraffic> readTraffic(std::int32_t pid, const std::string& root = "/proc");
 
 }  // namespace tarvel::viewer

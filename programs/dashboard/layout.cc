@@ -1,7 +1,9 @@
 #include "programs/dashboard/layout.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
+#include <utility>
 
 namespace tarvel::viewer {
 namespace {
@@ -23,15 +25,16 @@ std::vector<std::size_t> fitting(std::vector<std::size_t> column, std::size_t fo
           column.begin() + static_cast<std::ptrdiff_t>(first + most)};
 }
 
+int wantedHeight(const PanelSize& panel) {
+  return std::max(panel.rows + kFrame, panel.isList ? kLeastList : kLeast);
+}
+
 // Heights that add up to the column's: what each wants where that fits, the rest to the lists;
 // where it does not fit, the largest are cut first.
 std::vector<int> shareOut(const std::vector<PanelSize>& panels,
                           const std::vector<std::size_t>& column, int height) {
   std::vector<int> heights;
-  for (const auto panel : column) {
-    const int least = panels[panel].isList ? kLeastList : kLeast;
-    heights.push_back(std::max(panels[panel].rows + kFrame, least));
-  }
+  for (const auto panel : column) heights.push_back(wantedHeight(panels[panel]));
   int rest = height - std::accumulate(heights.begin(), heights.end(), 0);
   for (; rest < 0; ++rest) --*std::max_element(heights.begin(), heights.end());
   std::vector<std::size_t> growing;
@@ -70,6 +73,17 @@ void placeKind(const std::vector<PanelSize>& panels, const std::vector<std::size
   }
 }
 
+// The lines that stay empty even in the fullest column.
+int spareLines(const std::vector<PanelSize>& panels, const std::vector<PlacedPanel>& placed) {
+  std::map<std::pair<int, int>, int> spare;  // by the column's left edge and width
+  for (const auto& [panel, box] : placed) {
+    spare[{box.left, box.width}] += box.height - wantedHeight(panels[panel]);
+  }
+  const auto least = std::min_element(
+      spare.begin(), spare.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+  return least != spare.end() ? std::max(least->second, 0) : 0;
+}
+
 }  // namespace
 
 Layout layOut(const std::vector<PanelSize>& panels, std::size_t focused, Box area, bool isZoomed) {
@@ -84,7 +98,7 @@ Layout layOut(const std::vector<PanelSize>& panels, std::size_t focused, Box are
   }
   std::vector<PlacedPanel> placed;
   if (isZoomed && !panels.empty()) {
-    return {{{panels[focusedIndex].panel, area}}, {}};
+    return {{{panels[focusedIndex].panel, area}}, {}, 0};
   }
   const bool both = !lists.empty() && !sensors.empty();
   const int listWidth = both ? area.width * kListShare / 100 : (lists.empty() ? 0 : area.width);
@@ -100,6 +114,7 @@ Layout layOut(const std::vector<PanelSize>& panels, std::size_t focused, Box are
                                       [&](const PlacedPanel& each) { return each.panel == i; });
     if (!isPlaced) layout.leftOut.push_back(panels[i].panel);
   }
+  layout.spare = layout.leftOut.empty() ? spareLines(panels, placed) : 0;
   for (auto& each : placed) each.panel = panels[each.panel].panel;
   layout.placed = std::move(placed);
   return layout;

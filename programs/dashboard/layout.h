@@ -29,6 +29,7 @@ struct PlacedPanel {
 struct Layout {
   std::vector<PlacedPanel> placed;
   std::vector<std::size_t> leftOut;  // there was no space for these
+  int spare = 0;                     // lines of the area that no panel needs
 };
 
 // Lists to the left, sensors to the right, each column shared out by what its panels have to show;

@@ -33,7 +33,7 @@ constexpr std::array<std::string_view, 25> kHelp = {
     "s                sort: as listed, by value, name, process id",
     "/  \\             filter all panels, or this one alone",
     "g  t             group by application, tree",
-    "w                more columns: user, state, threads, command line",
+    "w                more columns: user, state, threads, start, disk, command",
     "x  n             send a signal, change the priority",
     "",
     "h  H             hide the sensor, show hidden sensors",
@@ -99,10 +99,9 @@ void addProcess(std::vector<std::string>& lines, const DisplayRow& row, Model& m
   lines.push_back("state     " + std::string(1, facts->state) + ", " +
                   std::to_string(facts->threads) + " threads, nice " + std::to_string(facts->nice));
   lines.push_back("running   " + runningFor(*facts));
-  ProcessTraffic traffic;
-  if (readTraffic(row.pid, traffic)) {
-    lines.push_back("disk      " + bytesText(static_cast<double>(traffic.bytesRead)) + " read, " +
-                    bytesText(static_cast<double>(traffic.bytesWritten)) + " written");
+  if (const auto traffic = readTraffic(row.pid)) {
+    lines.push_back("disk      " + bytesText(static_cast<double>(traffic->bytesRead)) + " read, " +
+                    bytesText(static_cast<double>(traffic->bytesWritten)) + " written");
   }
   if (!facts->command.empty()) addWrapped(lines, facts->command, width);
 }

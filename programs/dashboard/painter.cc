@@ -17,7 +17,8 @@ namespace {
 constexpr int kTwoColumns = 76;     // columns from which sensors stand side by side
 constexpr int kTotalsGraph = 40;    // lines of the screen from which the totals have graphs
 constexpr int kSelectedGraph = 32;  // and the selected row
-constexpr int kGraphHeight = 3;
+constexpr int kGraphHeight = 3;     // lines of a graph at least, and at most
+constexpr int kTallestGraph = 8;
 
 std::string formatted(const char* format, double value) {
   std::array<char, 64> text{};
@@ -72,19 +73,18 @@ int paintMachine(Screen& screen, const Model& model) {
   return line;
 }
 
-int paintTotalsGraphs(Screen& screen, const Model& model, int top) {
+void paintTotalsGraphs(Screen& screen, const Model& model, int top, int height) {
   const Box area = screen.area();
   const int width = (area.width - 3) / 2;
   const auto graph = [&](const Series& series, int left, const char* label) {
-    const auto lines = graphLines(series, {0, 1}, width, kGraphHeight, screen.isUnicode());
-    for (int i = 0; i < kGraphHeight; ++i) {
+    const auto lines = graphLines(series, {0, 1}, width, height, screen.isUnicode());
+    for (int i = 0; i < height; ++i) {
       screen.put(top + i, left, width, lines[static_cast<std::size_t>(i)], Ink::kGood);
     }
     screen.put(top, left, width, label, Ink::kDim);
   };
   graph(model.processorHistory(), 0, "CPU 100%");
   graph(model.memoryHistory(), width + 3, "Mem 100%");
-  return kGraphHeight;
 }
 
 void paintPanel(Screen& screen, Model& model, const PlacedPanel& placed, const Cursor& cursor,
@@ -126,8 +126,10 @@ void paintPanel(Screen& screen, Model& model, const PlacedPanel& placed, const C
   }
 }
 
-// Panels without rows, by why they have none, and those there was no room for: a line each.
-std::vector<std::string> foldedLines(const Model& model, const std::vector<std::size_t>& leftOut) {
+// Panels without rows, by why they have none, and those there was no room for: a line each, or two
+// where the reason does not fit behind the titles.
+std::vector<std::string> foldedLines(const Model& model, const std::vector<std::size_t>& leftOut,
+                                     int width) {
   std::vector<std::pair<std::string, std::string>> reasons;
   const auto add = [&](std::size_t panel, const std::string& why) {
     auto found = std::find_if(reasons.begin(), reasons.end(),
@@ -143,20 +145,25 @@ std::vector<std::string> foldedLines(const Model& model, const std::vector<std::
   }
   for (const auto panel : leftOut) add(panel, "no room: Tab or a zoom (z) shows them");
   std::vector<std::string> lines;
-  for (const auto& [why, panels] : reasons) lines.push_back(panels + ": " + why);
+  for (const auto& [why, panels] : reasons) {
+    const bool fits = static_cast<int>(panels.size() + 2 + why.size()) <= width;
+    lines.push_back(panels + ":" + (fits ? " " + why : ""));
+    if (!fits) lines.push_back("  " + why);
+  }
   return lines;
 }
 
 // The selected row's last ten minutes in the full width.
-void paintSelectedGraph(Screen& screen, const Model& model, const Cursor& cursor, int top) {
+void paintSelectedGraph(Screen& screen, const Model& model, const Cursor& cursor, int top,
+                        int height) {
   const auto& view = model.panels()[cursor.panel];
   if (cursor.row >= view.rows.size()) return;
   const auto& row = view.rows[cursor.row];
   const auto* series = model.history().of(row.id);
   if (series == nullptr) return;
   const Box area = screen.area();
-  const auto lines = graphLines(*series, row.scale, area.width, kGraphHeight, screen.isUnicode());
-  for (int i = 0; i < kGraphHeight; ++i) {
+  const auto lines = graphLines(*series, row.scale, area.width, height, screen.isUnicode());
+  for (int i = 0; i < height; ++i) {
     screen.put(top + 1 + i, 0, area.width, lines[static_cast<std::size_t>(i)], Ink::kGood);
   }
   const Scale scale = drawnScale(*series, row.scale);
@@ -205,6 +212,44 @@ std::vector<PanelSize> sizesOf(const Model& model) {
   return sizes;
 }
 
+// How the lines between the totals and the status are shared out.
+struct Division {
+  int totalsGraph = 0;  // lines; 0: none
+  int selectedGraph = 0;
+  std::vector<std::string> folded;
+  Layout layout;
+  int panelsTop = 0;
+  int panelsEnd = 0;
+};
+
+Division divide(const Model& model, const Cursor& cursor, Box area) {
+  const auto sizes = sizesOf(model);
+  Division division;
+  division.totalsGraph = area.top + area.height + 1 >= kTotalsGraph ? kGraphHeight : 0;
+  division.selectedGraph = area.top + area.height + 1 >= kSelectedGraph ? kGraphHeight : 0;
+  division.folded = foldedLines(model, {}, area.width);
+  const auto place = [&] {
+    const int heading = division.selectedGraph > 0 ? 1 : 0;
+    division.panelsTop = area.top + division.totalsGraph;
+    division.panelsEnd = area.top + area.height - division.selectedGraph - heading -
+                         static_cast<int>(division.folded.size());
+    const int height = division.panelsEnd - division.panelsTop;
+    division.layout =
+        layOut(sizes, cursor.panel, {division.panelsTop, 0, height, area.width}, cursor.isZoomed);
+    division.folded = foldedLines(model, division.layout.leftOut, area.width);
+  };
+  // What is left out needs a line of its own, which may leave out more: the second look settles it.
+  place();
+  place();
+  if (division.layout.spare > 1 && division.totalsGraph > 0) {
+    const int more = std::min(division.layout.spare / 2, kTallestGraph - kGraphHeight);
+    division.totalsGraph += more;
+    division.selectedGraph += more;
+    place();
+  }
+  return division;
+}
+
 }  // namespace
 
 Box innerOf(const PanelView& panel, Box box) {
@@ -231,28 +276,21 @@ Picture paint(Screen& screen, Model& model, const Cursor& cursor) {
   screen.begin();
   Picture picture;
   const Box area = screen.area();
-  int top = paintMachine(screen, model);
-  if (area.height >= kTotalsGraph) top += paintTotalsGraphs(screen, model, top);
-  int bottom = area.height - 1;
-  if (area.height >= kSelectedGraph) {
-    bottom -= kGraphHeight + 1;
-    paintSelectedGraph(screen, model, cursor, bottom);
+  const int top = paintMachine(screen, model);
+  auto division = divide(model, cursor, {top, 0, area.height - 1 - top, area.width});
+  if (division.totalsGraph > 0) paintTotalsGraphs(screen, model, top, division.totalsGraph);
+  for (std::size_t i = 0; i < division.folded.size(); ++i) {
+    const int line = division.panelsEnd + static_cast<int>(i);
+    if (line >= top) screen.put(line, 0, area.width, division.folded[i], Ink::kDim);
   }
-  // What is left out needs a line of its own, which may leave out more: the second look settles it.
-  const auto sizes = sizesOf(model);
-  Layout layout;
-  std::vector<std::string> folded = foldedLines(model, {});
-  for (int look = 0; look < 2; ++look) {
-    const int height = bottom - top - static_cast<int>(folded.size());
-    layout = layOut(sizes, cursor.panel, {top, 0, height, area.width}, cursor.isZoomed);
-    folded = foldedLines(model, layout.leftOut);
+  if (division.selectedGraph > 0) {
+    const int line = area.height - 1 - division.selectedGraph - 1;
+    paintSelectedGraph(screen, model, cursor, line, division.selectedGraph);
   }
-  for (std::size_t i = 0; i < folded.size(); ++i) {
-    const int line = bottom - static_cast<int>(folded.size() - i);
-    if (line >= top) screen.put(line, 0, area.width, folded[i], Ink::kDim);
+  for (const auto& panel : division.layout.placed) {
+    paintPanel(screen, model, panel, cursor, picture);
   }
-  for (const auto& panel : layout.placed) paintPanel(screen, model, panel, cursor, picture);
-  picture.panels = std::move(layout.placed);
+  picture.panels = std::move(division.layout.placed);
   paintStatus(screen, model, cursor);
   paintOverlay(screen, model, cursor);
   screen.end();

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <ctime>
+
+#include <unistd.h>
 
 #include "programs/dashboard/graphs.h"
+#include "viewer/machine/amounts.h"
 
 namespace tarvel::viewer {
 namespace {
@@ -14,6 +18,8 @@ constexpr int kPidWidth = 8;
 constexpr int kUserWidth = 9;
 constexpr int kStateWidth = 2;
 constexpr int kThreadsWidth = 5;
+constexpr int kStartWidth = 6;
+constexpr int kRateWidth = 7;
 constexpr int kRangeWidth = 16;  // "least to largest" beside a sensor
 
 // How the width of a list is shared out: the columns that there is room for, the widest screens
@@ -21,6 +27,8 @@ constexpr int kRangeWidth = 16;  // "least to largest" beside a sensor
 struct ListColumns {
   bool user = false;
   bool state = false;
+  bool start = false;
+  bool rates = false;
   int graph = 0;  // columns; 0: none
   int bar = 0;
 };
@@ -31,12 +39,32 @@ ListColumns columnsFor(int width, bool showsColumns) {
   if (width >= 58) columns.graph = std::clamp(width / 8, 6, 24);
   columns.user = showsColumns && width >= 70;
   columns.state = showsColumns && width >= 84;
+  columns.start = showsColumns && width >= 92;
+  columns.rates = showsColumns && width >= 128;
   return columns;
 }
 
 std::string formatted(const char* format, double value) {
   std::array<char, 48> text{};
   std::snprintf(text.data(), text.size(), format, value);
+  return text.data();
+}
+
+// The time of day for what began today or less than half a day ago, else the day.
+std::string startText(const ProcessFacts& facts) {
+  timespec sinceBoot{};
+  ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot);
+  const auto age = sinceBoot.tv_sec - static_cast<time_t>(facts.startTime) / ::sysconf(_SC_CLK_TCK);
+  const time_t now = std::time(nullptr);
+  const time_t start = now - age;
+  tm today{};
+  tm then{};
+  ::localtime_r(&now, &today);
+  ::localtime_r(&start, &then);
+  constexpr time_t kHalfDay = 12L * 60 * 60;
+  const bool isToday = today.tm_yday == then.tm_yday && today.tm_year == then.tm_year;
+  std::array<char, 16> text{};
+  std::strftime(text.data(), text.size(), isToday || age < kHalfDay ? "%H:%M" : "%b%d", &then);
   return text.data();
 }
 
@@ -49,6 +77,33 @@ std::string rangeText(const DisplayRow& row, const Series& series) {
 std::string_view valueHead(std::string_view key) {
   if (key == kCPUAppUsageKey) return "CPU";
   return key == kMEMAppUsageKey ? "MEMORY" : "IMPACT";
+}
+
+// What /proc tells of the row's process, in the columns that there is room for. Returns where the
+// next column begins.
+int paintFacts(Screen& screen, Model& model, const DisplayRow& row, Box line,
+               const ListColumns& columns) {
+  const ProcessFacts* facts = columns.user ? model.facts(row.pid) : nullptr;
+  int left = line.left;
+  const auto column = [&](const std::string& text, int width) {
+    screen.put(line.top, left, width - 1, text, Ink::kDim);
+    left += width;
+  };
+  column(rightAligned(std::to_string(row.pid), kPidWidth - 1), kPidWidth);
+  if (columns.user) column(facts != nullptr ? facts->user : row.user, kUserWidth);
+  if (columns.state) {
+    const std::string threads = facts != nullptr ? std::to_string(facts->threads) : "";
+    column(facts != nullptr ? std::string(1, facts->state) : "", kStateWidth);
+    column(rightAligned(threads, kThreadsWidth - 1), kThreadsWidth);
+  }
+  if (columns.start) column(facts != nullptr ? startText(*facts) : "", kStartWidth);
+  if (columns.rates) {
+    const auto rates = model.rates(row.pid);
+    for (const auto rate : {&ProcessRates::bytesRead, &ProcessRates::bytesWritten}) {
+      column(rightAligned(rates ? bytesText((*rates).*rate) : "", kRateWidth - 1), kRateWidth);
+    }
+  }
+  return left;
 }
 
 }  // namespace
@@ -82,14 +137,19 @@ std::vector<Picture::Head> paintHeads(Screen& screen, const PanelView& panel, Bo
     head("S", kStateWidth, std::nullopt);
     head(rightAligned("THR", kThreadsWidth - 1), kThreadsWidth, std::nullopt);
   }
+  if (columns.start) head("START", kStartWidth, std::nullopt);
+  if (columns.rates) {
+    head(rightAligned("READ/S", kRateWidth - 1), kRateWidth, std::nullopt);
+    head(rightAligned("WRIT/S", kRateWidth - 1), kRateWidth, std::nullopt);
+  }
   const int right = line.left + line.width - kValueWidth;
   head("  NAME", right - left, Order::kName);
   head(rightAligned(std::string(valueHead(panel.key)), kValueWidth), kValueWidth, Order::kValue);
   return heads;
 }
 
-// From the right: value, bar, graph; from the left: id, user, state, threads. The rest is for the
-// name and, dim behind it, the command line or the application.
+// From the right: value, bar, graph; from the left: what /proc tells. The rest is for the name and,
+// dim behind it, the command line or the application.
 void paintListRow(Screen& screen, Model& model, const DisplayRow& row, Box line, bool showsColumns,
                   Ink ink) {
   const auto columns = columnsFor(line.width, showsColumns);
@@ -108,22 +168,11 @@ void paintListRow(Screen& screen, Model& model, const DisplayRow& row, Box line,
                  sparkline(*series, row.scale, columns.graph, screen.isUnicode()), Ink::kDim);
     }
   }
-  const ProcessFacts* facts = columns.user ? model.facts(row.pid) : nullptr;
-  int left = line.left;
-  const auto column = [&](const std::string& text, int width, Ink inkOfText) {
-    screen.put(line.top, left, width - 1, text, inkOfText);
-    left += width;
-  };
-  column(rightAligned(std::to_string(row.pid), kPidWidth - 1), kPidWidth, Ink::kDim);
-  if (columns.user) column(facts != nullptr ? facts->user : row.user, kUserWidth, Ink::kDim);
-  if (columns.state) {
-    const std::string threads = facts != nullptr ? std::to_string(facts->threads) : "";
-    column(facts != nullptr ? std::string(1, facts->state) : "", kStateWidth, Ink::kDim);
-    column(rightAligned(threads, kThreadsWidth - 1), kThreadsWidth, Ink::kDim);
-  }
+  int left = paintFacts(screen, model, row, line, columns);
   left += screen.put(line.top, left, 2, row.isApplication ? "* " : "  ", Ink::kMark);
   left += std::min(row.depth * 2, std::max((right - left) / 2, 0));
   left += screen.put(line.top, left, right - left - 1, row.name, ink) + 2;
+  const ProcessFacts* facts = columns.user ? model.facts(row.pid) : nullptr;
   const std::string& rest =
       facts != nullptr && facts->command.size() > row.name.size() ? facts->command : row.note;
   if (right - left > 8 && !rest.empty() && rest != row.name) {
