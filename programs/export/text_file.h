@@ -2,20 +2,19 @@
 
 #include <string>
 
+#include "programs/export/process_families.h"
+
 namespace tarvel {
 class DefaultsStore;
 }
 
 namespace tarvel::viewer {
 
-// At most one of the two.
-struct ExportOptions {
-  std::string textFile;
-  std::string address;  // "HOST:PORT"
-};
-
-// The readings for Prometheus: once to standard output, or until a signal ends it, as the running
-// application "com.Tarvel", into a file after every change or to whoever asks over HTTP.
-int exportReadings(DefaultsStore& store, const ExportOptions& options);
+// Rewrites the file until a signal ends it, as the running application "com.Tarvel": after every
+// change of the store, when a helper comes or goes, and every three seconds at the latest. Each
+// time the file is replaced as a whole; everybody may read it. At the end it says that no helper is
+// up, since whoever collects it would take the last readings for present ones. Throws a
+// CommandError where it cannot be written. The exit status.
+int writeTextFile(DefaultsStore& store, const std::string& file, ProcessLabels labels);
 
 }  // namespace tarvel::viewer
