@@ -33,11 +33,12 @@ struct Arguments {
   std::string file;
   std::string address;
   ProcessLabels labels = ProcessLabels::kGroups;
+  bool startsHelper = true;
 };
 
 int serve(DefaultsStore& store, const Arguments& arguments) {
   const EndingSignals signals;
-  ViewerSession session(kViewerIdentifier, store, true);
+  ViewerSession session(kViewerIdentifier, store, arguments.startsHelper);
   Document document(store, session.registry(), arguments.labels);
   MetricsServer server(arguments.address, [&](auto now) { return document.text(now); });
   std::fprintf(stderr, "tarvel: serving %s\n", server.url().c_str());
@@ -62,7 +63,9 @@ int print(DefaultsStore& store, const Arguments& arguments) {
 int run(const Arguments& arguments) {
   const auto log = makeSystemLog();
   DefaultsStore store(kSuiteName, *log);
-  if (!arguments.file.empty()) return writeTextFile(store, arguments.file, arguments.labels);
+  if (!arguments.file.empty()) {
+    return writeTextFile(store, arguments.file, arguments.labels, arguments.startsHelper);
+  }
   return arguments.address.empty() ? print(store, arguments) : serve(store, arguments);
 }
 
@@ -74,11 +77,13 @@ int complain(int status, const std::string& text) {
 int parseAndRun(int argc, char** argv) {
   Arguments arguments;
   bool byPid = false;
+  bool noHelper = false;
   CLI::App app("Export the readings for Prometheus.", "tarvel-export");
   auto* file = app.add_option("--textfile", arguments.file, "write to this file");
   app.add_option("--listen", arguments.address, "serve at HOST:PORT, or at PORT of the loopback")
       ->excludes(file);
   app.add_flag("--by-pid", byPid, "each process by its id");
+  app.add_flag("--no-helper", noHelper, "do not start a helper");
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answered) {
@@ -86,6 +91,7 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return complain(kUsage, std::string("arguments: ") + error.what());
   }
+  arguments.startsHelper = !noHelper;
   if (byPid) arguments.labels = ProcessLabels::kProcesses;
   try {
     return run(arguments);

@@ -33,9 +33,10 @@ void replace(const std::string& file, const std::string& text) {
   throw CommandError(kNothing, file, "cannot be written");
 }
 
-void writeChanges(DefaultsStore& store, const std::string& file, ProcessLabels labels) {
+void writeChanges(DefaultsStore& store, const std::string& file, ProcessLabels labels,
+                  bool startsHelper) {
   const EndingSignals signals;
-  ViewerSession session(kViewerIdentifier, store, true);
+  ViewerSession session(kViewerIdentifier, store, startsHelper);
   Document document(store, session.registry(), labels);
   std::optional<Seen> written;
   Clock::time_point last;
@@ -52,8 +53,9 @@ void writeChanges(DefaultsStore& store, const std::string& file, ProcessLabels l
 
 }  // namespace
 
-int writeTextFile(DefaultsStore& store, const std::string& file, ProcessLabels labels) {
-  writeChanges(store, file, labels);
+int writeTextFile(DefaultsStore& store, const std::string& file, ProcessLabels labels,
+                  bool startsHelper) {
+  writeChanges(store, file, labels, startsHelper);
   replace(file, Document::ended());
   return kDone;
 }

@@ -220,11 +220,14 @@ void addExport(CLI::App& app, Arguments& arguments, Command& command) {
   listen->excludes(file);
   auto* byPid = exporting->add_flag("--by-pid");
   byPid->description("each process by its id, not by application or name");
-  exporting->callback([&, file, listen, byPid] {
+  auto* noHelper = exporting->add_flag("--no-helper");
+  noHelper->description("do not start a helper");
+  exporting->callback([&, file, listen, byPid, noHelper] {
     Words words;
     if (file->count() > 0) words.push_back("--textfile=" + arguments.file);
     if (listen->count() > 0) words.push_back("--listen=" + arguments.text);
     if (byPid->count() > 0) words.emplace_back("--by-pid");
+    if (noHelper->count() > 0) words.emplace_back("--no-helper");
     command = [words](DefaultsStore&) -> int { becomeExport(words); };
   });
 }
