@@ -106,8 +106,7 @@ std::vector<Sample> samplesOfGroups(const std::vector<ProcessRow>& rows, const M
 
 }  // namespace
 
-void ProcessFamilies::add(const StoredReading& reading, Clock::time_point now,
-                          Families& families) {
+void ProcessFamilies::add(const StoredReading& reading, Clock::time_point now, Families& families) {
   static_assert(kMetricTable.size() == kMetrics);
   const auto* rows = std::get_if<std::vector<ProcessRow>>(&reading.rows);
   if (rows == nullptr) return;
