@@ -15,6 +15,12 @@ add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools TarvelHelper)
 
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
 
+tarvel_test(recording SOURCES recording_test.cc
+  USES tarvel_app tarvel_recorded tarvel_tools tarvel_viewer)
+target_compile_definitions(recording_test PRIVATE
+  TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>")
+add_dependencies(recording_test tarvel tarvel-replay tarvel-tools)
+
 tarvel_test(tools SOURCES tools_test.cc USES tarvel_tools tarvel_recorded)
 
 # The viewers in a real terminal: as they are shipped, since it waits for what people would see.
