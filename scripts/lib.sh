@@ -27,6 +27,23 @@ install_packages() {
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
+# unpack_package PACKAGE: its files below build/unpacked/PACKAGE, where they are not yet. What a package would start or set
+# up as it is installed stays off the machine.
+unpack_package() {
+  local folder=build/unpacked/$1 work
+  [ ! -d "$folder" ] || return 0
+  work=$(mktemp -d)
+  chmod 0755 "$work"
+  if ! (cd "$work" && { apt-get download -qq "$1" || { as_root apt-get update -qq && apt-get download -qq "$1"; }; } &&
+    dpkg-deb --extract ./*.deb files) >&2; then
+    rm -rf "$work"
+    return 1
+  fi
+  mkdir -p build/unpacked
+  mv "$work/files" "$folder"
+  rm -rf "$work"
+}
+
 # build PRESET [CMAKE ARGUMENT…]: configures once and builds what has changed; speaks on standard
 # error. The folder is configured anew when it was copied from elsewhere.
 build() {

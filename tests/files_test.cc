@@ -145,7 +145,7 @@ TEST(AtomicFile, ReplacesFilesAndLinksAndNothingElse) {
                {"a link", [&] { fs::create_symlink(home.path() / "kept", path); }, true},
                {"a FIFO", [&] { ::mkfifo(path.c_str(), 0600); }, false},
                {"a folder", [&] { fs::create_directory(path); }, false}};
-  const mode_t mask = ::umask(027);
+  const mode_t mask = ::umask(077);  // as in a service
   for (const auto& [what, make, replaced] : cases) {
     SCOPED_TRACE(what);
     fs::remove_all(path);
@@ -153,7 +153,7 @@ TEST(AtomicFile, ReplacesFilesAndLinksAndNothingElse) {
     EXPECT_EQ(replaceFile(path, "new", FileReaders::all), replaced);
     if (!replaced) continue;
     EXPECT_EQ(contentsOf(path), "new");
-    EXPECT_EQ(static_cast<unsigned>(fs::symlink_status(path).permissions()), 0640U);
+    EXPECT_EQ(static_cast<unsigned>(fs::symlink_status(path).permissions()), 0644U);
     EXPECT_TRUE(replaceFile(path, "mine", FileReaders::owner));
     EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), 0600U);
   }

@@ -32,6 +32,7 @@
 #include "smc/smc_wrapper.h"
 #include "tests/fake_ata.h"
 #include "tests/fake_smc.h"
+#include "tests/hwmon_tree.h"
 #include "tests/temporary_home.h"
 #include "tests/temporary_tree.h"
 
@@ -80,20 +81,7 @@ class Machine {
 
   // Unpacks a machine; what it is to show comes back.
   Lines unpack(const std::string& name) {
-    Lines expected;
-    std::ifstream file(kTrees / (name + ".tsv"));
-    for (std::string line; std::getline(file, line);) {
-      const auto tab = line.find('\t');
-      const auto content = line.substr(tab + 1);
-      if (line.starts_with("=")) {
-        expected.push_back(line);
-      } else if (content.starts_with("-> ")) {
-        sys.link(line.substr(0, tab), content.substr(3));
-      } else {
-        sys.write(line.substr(0, tab), content.empty() ? "" : content + "\n");
-      }
-    }
-    return expected;
+    return unpackMachine((kTrees / (name + ".tsv")).string(), sys);
   }
 
   // A hwmon chip: its name, then files and contents in turn.

@@ -82,6 +82,10 @@ TEST_F(MachineTest, DisksAndNetworksOfHardwareAreAddedUpAsRates) {
   EXPECT_DOUBLE_EQ(totals.networks->out, 2 * 300 / 2.0);
   write(0, 0);  // a counter that starts anew is no traffic
   EXPECT_DOUBLE_EQ(sample(4s).networks->in, 0);
+  write(1, 10);
+  const auto later = sample(6s);
+  EXPECT_EQ(later.disks->totalOut, (8U + 2U) * 512U);
+  EXPECT_EQ(later.networks->totalIn, 2U * (100U + 10U));
 }
 
 TEST_F(MachineTest, LocalFileSystemsFromNineTenthsOnAreNearlyFull) {

@@ -149,6 +149,8 @@ TEST(PersonalNames, OnlyWholeWordsAreNames) {
       {"00:1b:44:11:3a:b7", "address"},
       {"fe80::1ff:fe23:4567:890a", "address"},
       {"kworker/0:1-ev python3.11 12:30:05", "kworker/0:1-ev python3.11 address"},
+      {"napi/wlx001b441 enxaa", "napi/address enxaa"},  // cut by the kernel
+      {"/media/0b1e6a4c-97d1-4f4b-8f4c-2f6b7ad0c0de/x", "/media/identifier/x"},
   };
   for (const auto& [text, cleaned] : rows) EXPECT_EQ(names.removedFrom(text), cleaned);
 }

@@ -1,6 +1,12 @@
 tarvel_test(machine SOURCES machine_test.cc USES tarvel_machine)
 
-tarvel_test(viewer SOURCES export_test.cc viewer_test.cc USES tarvel_commands)
+tarvel_test(export SOURCES export_test.cc USES tarvel_export)
+target_compile_definitions(export_test PRIVATE
+  TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>"
+  TARVEL_EXPORT="$<TARGET_FILE:tarvel-export>")
+add_dependencies(export_test tarvel tarvel-replay tarvel-export tarvel-tools TarvelHelper)
+
+tarvel_test(viewer SOURCES viewer_test.cc USES tarvel_commands)
 target_compile_definitions(viewer_test PRIVATE
   TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>"
   TARVEL_BUNDLE="$<TARGET_FILE_DIR:TarvelHelper>"
@@ -8,6 +14,12 @@ target_compile_definitions(viewer_test PRIVATE
 add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools TarvelHelper)
 
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
+
+tarvel_test(recording SOURCES recording_test.cc
+  USES tarvel_app tarvel_recorded tarvel_tools tarvel_viewer)
+target_compile_definitions(recording_test PRIVATE
+  TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>")
+add_dependencies(recording_test tarvel tarvel-replay tarvel-tools)
 
 tarvel_test(tools SOURCES tools_test.cc USES tarvel_tools tarvel_recorded)
 

@@ -169,7 +169,6 @@ TEST_F(ViewerTest, OldReadingsAreNeverShownAsPresentOnes) {
   EXPECT_NE(tarvel({"watch", "--line", "--once"}).output.find(" (stale)\n"), std::string::npos);
   EXPECT_EQ(json({"watch", "--line", "--once", "--format", "waybar"})["class"], "stale");
   EXPECT_EQ(tarvel({"watch", "--line", "--once", "--text", "{temp}"}).output, "- (stale)\n");
-  EXPECT_EQ(tarvel({"export"}).output.find("tarvel_temperature_celsius"), std::string::npos);
   const auto once = tarvel({"watch", "--once", "--no-helper"});
   EXPECT_EQ(once.status, 1);
   EXPECT_NE(once.output.find("58 °C"), std::string::npos);

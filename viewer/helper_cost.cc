@@ -47,6 +47,7 @@ std::optional<HelperCost::Figures> HelperCost::measure(const ApplicationRegistry
   figures.pid = static_cast<pid_t>(std::strtol(helpers.front().instance.c_str(), nullptr, 10));
   // An entry may tell no process id, and 0 would be the process that asks.
   const auto time = figures.pid > 0 ? processorTime(figures.pid) : std::nullopt;
+  figures.processorTime = time;
   if (!time) return figures;
   if (figures.pid != pid_) {
     pid_ = figures.pid;

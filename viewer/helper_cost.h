@@ -17,6 +17,7 @@ class HelperCost {
  public:
   struct Figures {
     pid_t pid = 0;
+    std::optional<std::chrono::nanoseconds> processorTime;  // since it began
     std::optional<double> millisecondsACycle;  // of processor time in 3 s, since it was seen first
     std::uint64_t residentKilobytes = 0;
   };

@@ -28,7 +28,7 @@ _tarvel() {
       if [ "$COMP_CWORD" -eq 2 ]; then words='read write delete'; else words="$readings Panels --json --raw --data"; fi ;;
     doctor) words='--json --sensors --help' ;;
     record) words='--cycles --help' ;;
-    export) words='--textfile --listen --help' ;;
+    export) words='--textfile --listen --by-pid --no-helper --help' ;;
     *) [ "$COMP_CWORD" -ne 1 ] || words='watch panels show flag alias request defaults doctor record export --help --version' ;;
   esac
   if [ "$before" = --data ] || [ "$before" = --textfile ] || [ "$before" = record ]; then

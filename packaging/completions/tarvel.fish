@@ -11,3 +11,6 @@ complete -c tarvel -n "__fish_seen_subcommand_from show flag alias" -a "$reading
 complete -c tarvel -n "__fish_seen_subcommand_from request" -l yes -a "updates uninstall clear-sensors"
 complete -c tarvel -n "__fish_seen_subcommand_from defaults" -a "read write delete"
 complete -c tarvel -n "__fish_seen_subcommand_from record" -F
+complete -c tarvel -n "__fish_seen_subcommand_from export" -l textfile -r -F
+complete -c tarvel -n "__fish_seen_subcommand_from export" -l listen -x
+complete -c tarvel -n "__fish_seen_subcommand_from export" -l by-pid -l no-helper

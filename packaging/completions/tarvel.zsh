@@ -21,5 +21,5 @@ case $words[2] in
   request) _arguments '*:: :' '1:request:(updates uninstall clear-sensors)' '--yes' ;;
   defaults) if (( CURRENT == 3 )); then _values action read write delete; else _values key $readings Panels; fi ;;
   record) _files ;;
-  export) _arguments '--textfile:file:_files' '--listen:address:' ;;
+  export) _arguments '--textfile:file:_files' '--listen:address:' '--by-pid' '--no-helper' ;;
 esac

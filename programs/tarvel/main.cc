@@ -13,7 +13,6 @@
 #include "product/identifiers.h"
 #include "product/version.h"
 #include "programs/tarvel/commands.h"
-#include "programs/tarvel/export.h"
 #include "programs/tarvel/nearest_word.h"
 #include "programs/tarvel/other_programs.h"
 #include "programs/tarvel/watch.h"
@@ -30,7 +29,6 @@ using namespace tarvel::viewer;
 struct Arguments {
   WatchOptions watch;
   WidgetOptions widget;
-  ExportOptions exporting;
   std::vector<std::string> names;
   std::string key;
   std::string sensor;
@@ -215,14 +213,22 @@ void addRecord(CLI::App& app, Arguments& arguments, Command& command) {
 
 void addExport(CLI::App& app, Arguments& arguments, Command& command) {
   auto* exporting = app.add_subcommand("export", "Export the readings for Prometheus");
-  auto* file = exporting->add_option("--textfile", arguments.exporting.textFile,
-                                     "write to this file after every change");
-  exporting
-      ->add_option("--listen", arguments.exporting.address,
-                   "serve /metrics at HOST:PORT, or at PORT of the loopback")
-      ->excludes(file);
-  exporting->callback([&] {
-    command = [&](DefaultsStore& store) { return exportReadings(store, arguments.exporting); };
+  auto* file =
+      exporting->add_option("--textfile", arguments.file, "write to this file after every change");
+  auto* listen = exporting->add_option("--listen", arguments.text,
+                                       "serve /metrics at HOST:PORT, or at PORT of the loopback");
+  listen->excludes(file);
+  auto* byPid = exporting->add_flag("--by-pid");
+  byPid->description("each process by its id, not by application or name");
+  auto* noHelper = exporting->add_flag("--no-helper");
+  noHelper->description("do not start a helper");
+  exporting->callback([&, file, listen, byPid, noHelper] {
+    Words words;
+    if (file->count() > 0) words.push_back("--textfile=" + arguments.file);
+    if (listen->count() > 0) words.push_back("--listen=" + arguments.text);
+    if (byPid->count() > 0) words.emplace_back("--by-pid");
+    if (noHelper->count() > 0) words.emplace_back("--no-helper");
+    command = [words](DefaultsStore&) -> int { becomeExport(words); };
   });
 }
 

@@ -25,6 +25,8 @@ namespace {
 
 void becomeTools(const std::vector<std::string>& arguments) { become("tarvel-tools", arguments); }
 
+void becomeExport(const std::vector<std::string>& arguments) { become("tarvel-export", arguments); }
+
 void becomeDashboard(bool noHelper) {
   become("tarvel-dashboard",
          noHelper ? std::vector<std::string>{"--no-helper"} : std::vector<std::string>{});

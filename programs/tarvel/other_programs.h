@@ -11,6 +11,9 @@ namespace tarvel::viewer {
 // tarvel-tools, for what needs the machine itself.
 [[noreturn]] void becomeTools(const std::vector<std::string>& arguments);
 
+// tarvel-export, for Prometheus.
+[[noreturn]] void becomeExport(const std::vector<std::string>& arguments);
+
 // The live dashboard. On a terminal that cannot show it, it becomes `tarvel watch --once`.
 [[noreturn]] void becomeDashboard(bool noHelper);
 

@@ -75,6 +75,9 @@ class People {
     const std::string home = person->pw_dir;
     if (home.size() > 1) homes_.emplace(home, "/home/user");
     if (*person->pw_name != '\0') names_.emplace(person->pw_name, "user");
+    const std::string about = person->pw_gecos != nullptr ? person->pw_gecos : "";
+    const std::string fullName = about.substr(0, about.find(','));
+    if (fullName.find(' ') != std::string::npos) names_.emplace(fullName, "user");
   }
 
   // Homes first: a home holds its owner's name.
@@ -127,12 +130,16 @@ PersonalNames PersonalNames::ofThisMachine() {
 std::string PersonalNames::removedFrom(std::string text) const {
   static const std::regex addresses(
       R"((\b[0-9]{1,3}(\.[0-9]{1,3}){3}\b)|(\b[0-9A-Fa-f]{2}([:-][0-9A-Fa-f]{2}){5}\b))"
-      R"(|(\b[0-9A-Fa-f]{1,4}(:[0-9A-Fa-f]{0,4}){2,7}))");
+      R"(|(\b[0-9A-Fa-f]{1,4}(:[0-9A-Fa-f]{0,4}){2,7}))"
+      R"(|(\b(wlx|enx|wwx)[0-9a-f]{4,12}\b))");
+  static const std::regex identifiers(
+      R"(\b[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}\b)");
   for (const auto& [name, other] : replacements_) {
     replaceAlone(text, name, other);
     replaceCut(text, name, other);
   }
-  return std::regex_replace(text, addresses, "address");
+  return std::regex_replace(std::regex_replace(text, identifiers, "identifier"), addresses,
+                            "address");
 }
 
 }  // namespace tarvel::tools

@@ -16,12 +16,13 @@ class PersonalNames {
   // short by the length that the kernel gives to a process's name.
   explicit PersonalNames(Replacements replacements) : replacements_(std::move(replacements)) {}
 
-  // The host name, whole and without its domain, becomes "host", people's names "user", their homes
-  // "/home/user". People are those of the password file, and of a directory that lists nobody those
-  // who own a process here.
+  // The host name, whole and without its domain, becomes "host", people's names, those of the login
+  // and in full, "user", their homes "/home/user". People are those of the password file, and of a
+  // directory that lists nobody those who own a process here.
   static PersonalNames ofThisMachine();
 
-  // The text without these, and without IP and hardware addresses.
+  // The text without these, and without IP addresses, hardware addresses, also those that network
+  // interfaces are named after, and UUIDs.
   std::string removedFrom(std::string text) const;
 
  private:

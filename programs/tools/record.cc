@@ -1,8 +1,9 @@
 #include "programs/tools/record.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
-#include <thread>
 
 #include <unistd.h>
 
@@ -21,11 +22,14 @@
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/output.h"
 #include "programs/tools/machine_record.h"
+#include "viewer/ending_signals.h"
 
 namespace tarvel::tools {
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using viewer::EndingSignals;
 using viewer::Json;
 
 constexpr auto kCycle = 3s;
@@ -34,7 +38,40 @@ constexpr auto kCycle = 3s;
 constexpr std::size_t kRows = 30;
 constexpr std::size_t kEnergyRows = 50;
 
+// How far it is, on a terminal alone.
+class Progress {
+ public:
+  explicit Progress(std::size_t cycles) : cycles_(cycles) { show(0); }
+  ~Progress() {
+    if (isTerminal_) std::fputc('\n', stderr);
+  }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(std::size_t done) const {
+    if (!isTerminal_) return;
+    std::fprintf(stderr, "\rRecorded %zu of %zu cycles; Ctrl-C ends it and keeps them.", done,
+                 cycles_);
+    std::fflush(stderr);
+  }
+
+ private:
+  std::size_t cycles_;
+  bool isTerminal_ = ::isatty(STDERR_FILENO) != 0;
+};
+
+// False when a signal came, at once.
+bool waitUntil(Clock::time_point time, const EndingSignals& signals) {
+  do {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
+    if (signals.within(std::max(left, 0ms))) return false;
+  } while (Clock::now() < time);
+  return true;
+}
+
+// Fewer looks where a signal came before.
 std::vector<Json> look(std::size_t cycles) {
+  const EndingSignals signals;  // before there are other threads, which inherit what is blocked
   const auto log = makeSystemLog();
   const ApplicationRegistry registration(kViewerIdentifier);
   const auto applications = makeRunningApplications(registration, *log);
@@ -51,13 +88,13 @@ std::vector<Json> look(std::size_t cycles) {
   const RecordSources sources{*appleSMC, *ataSmart, *applications, *log, *tasks, *workspace};
   const auto personal = PersonalNames::ofThisMachine();
 
-  auto next = std::chrono::steady_clock::now();
+  const Progress progress(cycles);
+  recordMachine(sources, personal);
+  auto next = Clock::now() + kCycle;
   std::vector<Json> looks;
-  for (std::size_t i = 0; i <= cycles; ++i) {
-    std::this_thread::sleep_until(next);
-    next += kCycle;
-    auto machine = recordMachine(sources, personal);
-    if (i > 0) looks.push_back(std::move(machine));
+  for (; looks.size() < cycles && waitUntil(next, signals); next += kCycle) {
+    looks.push_back(recordMachine(sources, personal));
+    progress.show(looks.size());
   }
   return looks;
 }
@@ -87,7 +124,11 @@ int record(const std::string& file, std::size_t cycles) {
   if (::access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {  // known before the wait
     throw viewer::CommandError(viewer::kNothing, file, "cannot be written");
   }
-  const auto text = viewer::indented(recordOf(look(cycles)));
+  const auto looks = look(cycles);
+  if (looks.empty()) {
+    throw viewer::CommandError(viewer::kNothing, file, "ended before the first cycle");
+  }
+  const auto text = viewer::indented(recordOf(looks));
   if (!replaceFile(file, text, FileReaders::owner)) {
     throw viewer::CommandError(viewer::kNothing, file, "cannot be written");
   }

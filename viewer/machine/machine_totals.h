@@ -40,10 +40,12 @@ struct Pressure {
   double disk = 0;
 };
 
-// Bytes a second since the sample before.
+// Bytes a second since the sample before, and bytes since the first one, which never become fewer.
 struct Traffic {
   double in = 0;   // read from disks, received from networks
   double out = 0;  // written, sent
+  std::uint64_t totalIn = 0;
+  std::uint64_t totalOut = 0;
 };
 
 struct FileSystem {

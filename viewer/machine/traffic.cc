@@ -30,13 +30,16 @@ std::optional<Traffic> TrafficMeter::since(Devices devices, Clock::time_point no
   std::optional<Traffic> traffic;
   if (last_ && now > *last_) {
     const double seconds = std::chrono::duration<double>(now - *last_).count();
-    traffic.emplace();
+    const Counters last = sinceFirst_;
     for (const auto& [name, counters] : devices) {
       const auto before = before_.find(name);
       if (before == before_.end()) continue;
-      traffic->in += static_cast<double>(growth(counters.in, before->second.in)) / seconds;
-      traffic->out += static_cast<double>(growth(counters.out, before->second.out)) / seconds;
+      sinceFirst_.in += growth(counters.in, before->second.in);
+      sinceFirst_.out += growth(counters.out, before->second.out);
     }
+    traffic = {static_cast<double>(sinceFirst_.in - last.in) / seconds,
+               static_cast<double>(sinceFirst_.out - last.out) / seconds, sinceFirst_.in,
+               sinceFirst_.out};
   }
   before_ = std::move(devices);
   last_ = now;

@@ -43,6 +43,7 @@ class TrafficMeter {
   Counts counts_;
   std::map<std::string, bool, std::less<>> known_;
   Devices before_;
+  Counters sinceFirst_;
   std::optional<Clock::time_point> last_;
 };
 

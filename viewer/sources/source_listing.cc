@@ -36,10 +36,10 @@ void SourceListing::request() {
   }
 }
 
-void SourceListing::wait(std::chrono::milliseconds longest) const {
-  if (!state_) return;
+bool SourceListing::wait(std::chrono::milliseconds longest) const {
+  if (!state_) return false;
   std::unique_lock lock(state_->mutex);
-  state_->ended.wait_for(lock, longest, [this] { return state_->hasEnded; });
+  return state_->ended.wait_for(lock, longest, [this] { return state_->hasEnded; });
 }
 
 SourceListing::Sources SourceListing::list() {

@@ -29,7 +29,8 @@ class SourceListing {
   void request();
 
   // Waits until the listing that was requested is there, or for so long at most: a driver may hang.
-  void wait(std::chrono::milliseconds longest) const;
+  // Whether it is there.
+  bool wait(std::chrono::milliseconds longest) const;
 
   // The source of the sensor at this place among those of its name, in the panel of this short
   // name; none while the listing is not there, and where it does not know the sensor.

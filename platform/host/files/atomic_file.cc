@@ -44,9 +44,10 @@ bool replaceFile(const std::string& path, std::string_view contents, FileReaders
   const std::string temporary = temporaryBeside(path);
   if (temporary.empty() || !isReplaceable(path)) return false;
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  FileDescriptor file(::open(temporary.c_str(), kFlags, readers == FileReaders::all ? 0666 : 0600));
+  FileDescriptor file(::open(temporary.c_str(), kFlags, 0600));
   if (!file) return false;
-  const bool written = writeWhole(file.get(), contents) && ::close(file.release()) == 0;
+  const bool opened = readers == FileReaders::owner || ::fchmod(file.get(), 0644) == 0;
+  const bool written = opened && writeWhole(file.get(), contents) && ::close(file.release()) == 0;
   if (written && std::rename(temporary.c_str(), path.c_str()) == 0) return true;
   ::unlink(temporary.c_str());
   return false;

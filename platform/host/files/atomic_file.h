@@ -9,7 +9,7 @@ namespace tarvel {
 
 enum class FileReaders {
   owner,  // mode 0600
-  all,    // mode 0666 less the process's mask
+  all,    // mode 0644, whatever the process's mask: that of a service closes files to others
 };
 
 // Replaces the file as a whole: a reader sees the old bytes or the new ones. They are written into
