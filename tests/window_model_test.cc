@@ -5,13 +5,18 @@
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include "platform/image/raster.h"
 #include "platform/image/tiff_writer.h"
+#include "product/store_keys.h"
+#include "programs/window/alarms.h"
 #include "programs/window/colours.h"
+#include "programs/window/figures.h"
 #include "programs/window/icons.h"
 #include "programs/window/process_rows.h"
 #include "programs/window/row_tree.h"
+#include "programs/window/window_settings.h"
 #include "tests/window_fixture.h"
 
 // What the window shows, apart from drawing it.
@@ -246,6 +251,80 @@ TEST_F(WindowModel, ColoursStandOutFromLightAndDarkBackgrounds) {
       EXPECT_GE(contrast(levelColour(level, palette), base), 4.5) << base;
     }
   }
+}
+
+TEST_F(WindowModel, AThresholdIsToldOnceAfterThirtySecondsWithoutABreak) {
+  using namespace std::chrono_literals;
+  Alarms alarms;
+  alarms.setThresholds({{"a", 90}});
+  const auto start = Alarms::Clock::now();
+  std::optional<double> number;
+  const auto tells = [&](std::chrono::seconds at, std::optional<double> value) {
+    number = value;
+    return !alarms.check(start + at, [&](auto&) { return number; }).empty();
+  };
+  EXPECT_FALSE(tells(0s, 91));
+  EXPECT_FALSE(tells(29s, 91));
+  EXPECT_TRUE(tells(30s, 91));
+  EXPECT_FALSE(tells(90s, 95)) << "told already";
+  EXPECT_FALSE(tells(93s, 90)) << "not above";
+  EXPECT_FALSE(tells(96s, 91));
+  EXPECT_FALSE(tells(110s, std::nullopt)) << "an old reading";
+  EXPECT_FALSE(tells(130s, 91));
+  alarms.setThresholds({{"a", 90}, {"b", 1e9}});
+  EXPECT_TRUE(tells(160s, 91)) << "another threshold changes nothing for this one";
+  alarms.setThresholds({{"a", 80}});
+  EXPECT_FALSE(tells(163s, 91)) << "a new threshold is counted anew";
+  EXPECT_TRUE(tells(193s, 91));
+}
+
+TEST_F(WindowModel, FiguresHaveTheUnitAndDecimalsOfTheirKind) {
+  const std::tuple<std::string_view, double, const char*, bool, const char*> cases[] = {
+      {kTempValuesKey, 58.5, "58 °C", false, "58 °C"},  // as C rounds
+      {kTempValuesKey, 100, "212 °F", true, "212 °F"},
+      {kFanSpeedValuesKey, 2500, "2600 RPM", true, "2500 RPM"},
+      {kVoltageValuesKey, 1.25, "1.05 V", false, "1.25 V"},
+      {kPowerValuesKey, 36, "35.9 W", false, "36.0 W"},
+  };
+  for (const auto& [key, number, shown, isFahrenheit, text] : cases) {
+    EXPECT_EQ(sensorText(key, number, shown, isFahrenheit), text);
+  }
+  EXPECT_DOUBLE_EQ(celsius(shownDegrees(37.5, true), true), 37.5);
+  PanelView panel;
+  const auto tray = [&](const char* value, bool isStale) {
+    DisplayRow row;
+    row.name = "Fan";
+    row.value = value;
+    row.number = numberOf(value);
+    panel.isStale = isStale;
+    return sensorReading({&panel, &row}).text;
+  };
+  EXPECT_EQ(tray("2640 RPM", false), "2k6");
+  EXPECT_EQ(tray("12640 RPM", false), "13");
+  EXPECT_EQ(tray("47 °C", false), "47");
+  EXPECT_EQ(tray("1.05 V", false), "1.1");
+  EXPECT_EQ(tray("47 °C", true), "–");
+  EXPECT_EQ(sensorReading({}).text, "–");
+}
+
+TEST_F(WindowModel, SettingsOfOthersStayAndThresholdsComeBack) {
+  WindowSettings::Thresholds given = {{"TempValues CPU, \"A\"/B=1 °C 1", 80.5}, {"x y", -3}};
+  WindowSettings().setThresholds(given);
+  EXPECT_EQ(WindowSettings().thresholds(), given);
+  const auto path = home.path() / "config/tarvel/dashboard.json";
+  writeFile(path, R"({"theme": "light", "filter": "web", "aliases": {"TempValues": {"A": "B"}}})");
+  Choices choices = WindowSettings().shared();
+  EXPECT_EQ(choices.filter, "") << "the filter of the dashboard is its own";
+  EXPECT_EQ(choices.aliases.size(), 1U);
+  choices.isFahrenheit = true;
+  EXPECT_TRUE(WindowSettings().share(choices));
+  const auto kept = Json::parse(contentsOf(path));
+  EXPECT_EQ(kept["theme"], "light");
+  EXPECT_EQ(kept["filter"], "web");
+  EXPECT_EQ(kept["fahrenheit"], true);
+  writeFile(path, "{ broken");
+  EXPECT_FALSE(WindowSettings().share(choices));
+  EXPECT_EQ(contentsOf(path), "{ broken");
 }
 
 }  // namespace

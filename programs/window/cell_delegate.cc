@@ -8,7 +8,7 @@
 namespace tarvel::viewer {
 namespace {
 
-constexpr int kMargin = 6;      // to the left and right of a cell's contents
+constexpr int kMargin = 4;      // to the left and right of a cell's contents
 constexpr int kRowPadding = 6;  // of a row's height beyond its text
 constexpr int kIconSide = 16;
 

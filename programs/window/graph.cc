@@ -47,6 +47,17 @@ std::vector<double> valuesOf(const Series& series, std::size_t length) {
   return values;
 }
 
+Scale scaleOfBytes(const std::vector<Graph::Line>& lines) {
+  constexpr double kKibi = 1024;
+  double most = 1;
+  for (const auto& line : lines) {
+    for (const double value : line.values) most = std::max(most, value);
+  }
+  double unit = kKibi;
+  while (most > unit * kKibi) unit *= kKibi;
+  return {0, roundedUp(std::max(most / unit, 1.0)) * unit};
+}
+
 Graph::Graph(const QString& title, Text text, QWidget* parent)
     : QWidget(parent), title_(title), text_(std::move(text)) {
   setAccessibleName(title);
@@ -188,7 +199,8 @@ void Graph::drawLine(QPainter& painter, QRect plot, Scale scale, std::size_t ind
   QColor colour = seriesColour(index, palette());
   painter.setPen(QPen(colour, kPen, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
   if (count == 1) {
-    painter.drawPoint(points.front());
+    painter.setBrush(colour);
+    painter.drawEllipse(points.front() - QPointF(kPen, 0), kPen, kPen);
     return;
   }
   painter.drawPolyline(points);

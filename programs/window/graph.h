@@ -67,4 +67,7 @@ class Graph : public QWidget {
 // The latest values of the series, `length` at most.
 std::vector<double> valuesOf(const Series& series, std::size_t length = Series::kLength);
 
+// From zero to a round amount of bytes that all values reach below.
+Scale scaleOfBytes(const std::vector<Graph::Line>& lines);
+
 }  // namespace tarvel::viewer

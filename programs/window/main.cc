@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -78,30 +79,42 @@ FileDescriptor endingSignals() {
   return FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
+// A request is a page, which may be empty, and on the next line a token.
+void answer(ActivationInbox& inbox, MainWindow& window) {
+  while (const auto message = inbox.take()) {
+    const auto text = QString::fromStdString(*message);
+    window.showPage(text.section('\n', 0, 0));
+    window.comeToFront(text.section('\n', 1, 1));
+  }
+}
+
 int run(QApplication& application, const Options& options, const FileDescriptor& signals) {
+  if (!options.page.isEmpty() && !MainWindow::isPage(options.page)) {
+    std::fprintf(stderr, "tarvel: window: %s: no such page\n", options.page.toUtf8().data());
+    return 2;
+  }
   const ApplicationRegistry registry(kWindowIdentifier);
   if (const auto status = leaveToOther(registry, options)) return *status;
   ActivationInbox inbox(registry, std::string(kWindowIdentifier));
   const auto log = makeSystemLog();
   DefaultsStore store(kSuiteName, *log);
   WindowSettings settings;
-  MainWindow window(store, settings, {{}, options.startsHelper, true});
-  if (!options.page.isEmpty() && !window.showPage(options.page)) {
-    std::fprintf(stderr, "tarvel: window: %s: no such page\n", options.page.toUtf8().data());
-    return 2;
-  }
+  MainWindow::Setting setting;
+  setting.startsHelper = options.startsHelper;
+  MainWindow window(store, settings, std::move(setting));
+  window.showPage(options.page);
   QSocketNotifier ended(signals.get(), QSocketNotifier::Read);
   QObject::connect(&ended, &QSocketNotifier::activated, &application, &QApplication::quit);
-  QSocketNotifier asked(inbox.descriptor(), QSocketNotifier::Read);
-  asked.setEnabled(inbox.descriptor() >= 0);
-  QObject::connect(&asked, &QSocketNotifier::activated, &window, [&] {
-    while (const auto message = inbox.take()) {
-      const auto text = QString::fromStdString(*message);
-      window.showPage(text.section('\n', 0, 0));
-      window.comeToFront(text.section('\n', 1, 1));
-    }
-  });
-  window.show();
+  std::optional<QSocketNotifier> asked;
+  if (inbox.descriptor() >= 0) {
+    asked.emplace(inbox.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&*asked, &QSocketNotifier::activated, &window, [&] { answer(inbox, window); });
+  }
+  if (options.isHidden) {
+    window.startHidden();
+  } else {
+    window.show();
+  }
   return QApplication::exec();
 }
 
@@ -114,5 +127,6 @@ int main(int argc, char** argv) {
   QApplication::setApplicationVersion(
       QString::fromUtf8(kVersion.data(), static_cast<qsizetype>(kVersion.size())));
   QGuiApplication::setDesktopFileName("tarvel-window");
+  QApplication::setQuitOnLastWindowClosed(false);  // it may go on in the tray
   return run(application, optionsOf(application), signals);
 }

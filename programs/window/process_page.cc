@@ -187,7 +187,9 @@ void ProcessPage::showHistory() {
   processorGraph_->show(lineOf(kCPUAppUsageKey), {});
   memoryGraph_->setTitle(name + ": memory");
   memoryGraph_->setCaption(cell(ProcessColumn::kMemory));
-  memoryGraph_->show(lineOf(kMEMAppUsageKey), {});
+  auto memory = lineOf(kMEMAppUsageKey);
+  const Scale scale = scaleOfBytes(memory);
+  memoryGraph_->show(std::move(memory), scale);
 }
 
 ChosenProcess ProcessPage::chosen() const {
@@ -207,5 +209,7 @@ void ProcessPage::renice() {
   const auto process = chosen();
   tell_(process.pid > 0 ? askAndRenice(process, questions_) : "Select a process first");
 }
+
+void ProcessPage::setContextActions(const QList<QAction*>& actions) { view_->addActions(actions); }
 
 }  // namespace tarvel::viewer

@@ -9,6 +9,7 @@
 #include "programs/window/process_actions.h"
 #include "programs/window/process_rows.h"
 
+class QAction;
 class QLabel;
 class QLineEdit;
 class QTreeView;
@@ -36,6 +37,7 @@ class ProcessPage : public Page {
   void search();  // the keyboard goes to the search field
   void signal(const ProcessSignal& signal);
   void renice();
+  void setContextActions(const QList<QAction*>& actions);  // of the table's own menu
 
  private:
   struct Known {
