@@ -15,6 +15,10 @@ inline constexpr std::string_view kHelperIdentifier = "com.Tarvel.Helper";
 inline constexpr std::string_view kViewerIdentifier = "com.Tarvel";
 inline constexpr std::string_view kWidgetIdentifier = "com.Tarvel.Widget";
 
+// The window in the same registry, hidden or not: there is one of them. While somebody looks it is
+// a viewer as well.
+inline constexpr std::string_view kWindowIdentifier = "com.Tarvel.Window";
+
 // The folder of the registry, in $XDG_RUNTIME_DIR or its fallback.
 inline constexpr std::string_view kRuntimeFolder = "com.Tarvel";
 

@@ -2,6 +2,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include "platform/host/presence/activation.h"
 #include "platform/host/presence/application_registry.h"
 #include "tests/temporary_home.h"
 #include "tests/worker_process.h"
@@ -112,6 +113,26 @@ TEST_F(RegistryTest, ActivatesByALineInTheLog) {
   ASSERT_EQ(running.size(), 1U);
   applications->activateWithOptions(running[0], kActivateAllWindows);
   EXPECT_EQ(log.lines.size(), 1U);
+}
+
+TEST_F(RegistryTest, ActivationReachesTheInstanceThatListens) {
+  const ApplicationRegistry registry("com.Tarvel.Window");
+  const ApplicationRegistry other;
+  const auto running = other.running("com.Tarvel.Window");
+  ASSERT_EQ(running.size(), 1U);
+  EXPECT_FALSE(askToActivate(other, running[0], "page"));
+  {
+    ActivationInbox inbox(registry, "com.Tarvel.Window");
+    EXPECT_FALSE(inbox.take());
+    EXPECT_TRUE(askToActivate(other, running[0], "page\ntoken"));
+    EXPECT_EQ(inbox.take(), "page\ntoken");
+    EXPECT_TRUE(askToActivate(other, running[0], std::string(5000, 'x')));
+    EXPECT_EQ(inbox.take().value_or("").size(), 4096U);
+    EXPECT_EQ(other.running("com.Tarvel.Window").size(), 1U) << "the socket is no instance";
+  }
+  EXPECT_FALSE(askToActivate(other, running[0], "page"));
+  const ApplicationRegistry unregistered;
+  EXPECT_EQ(ActivationInbox(unregistered, "com.Tarvel.Window").descriptor(), -1);
 }
 
 }  // namespace

@@ -63,6 +63,7 @@ bool Model::sampleMachine(Clock::time_point now) {
   if (lastSample_ && now - *lastSample_ < due) return false;
   lastSample_ = now;
   totals_ = machineReader_.sample(now, {});
+  ++samples_;
   if (totals_.processors) processorHistory_.add(totals_.processors->busy);
   if (const auto& memory = totals_.memory) {
     memoryHistory_.add(static_cast<double>(memory->used) / static_cast<double>(memory->total));

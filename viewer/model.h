@@ -58,7 +58,11 @@ class Model {
   const History& history() const { return histories_; }
   const std::optional<HelperCost::Figures>& helper() const { return helperFigures_; }
 
+  // What the panel's rows were made of; none where it has no reading or is not shown.
+  const std::optional<Reading>& reading(std::size_t panel) const { return readings_[panel]; }
+
   const MachineTotals& machine() const { return totals_; }
+  std::size_t samples() const { return samples_; }  // how often the totals were taken
   const Series& processorHistory() const { return processorHistory_; }
   const Series& memoryHistory() const { return memoryHistory_; }
 
@@ -97,6 +101,7 @@ class Model {
   ProcessFactsReader facts_;
   MachineReader machineReader_;
   MachineTotals totals_;
+  std::size_t samples_ = 0;
   Series processorHistory_;
   Series memoryHistory_;
   std::optional<Clock::time_point> lastLook_;

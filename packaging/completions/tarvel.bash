@@ -26,10 +26,12 @@ _tarvel() {
     request) words='updates uninstall clear-sensors --yes' ;;
     defaults)
       if [ "$COMP_CWORD" -eq 2 ]; then words='read write delete'; else words="$readings Panels --json --raw --data"; fi ;;
+    window)
+      if [ "$before" = --page ]; then words='overview processes sensors panels'; else words='--page --hidden --no-helper --help'; fi ;;
     doctor) words='--json --sensors --help' ;;
     record) words='--cycles --help' ;;
     export) words='--textfile --listen --by-pid --no-helper --help' ;;
-    *) [ "$COMP_CWORD" -ne 1 ] || words='watch panels show flag alias request defaults doctor record export --help --version' ;;
+    *) [ "$COMP_CWORD" -ne 1 ] || words='watch window panels show flag alias request defaults doctor record export --help --version' ;;
   esac
   if [ "$before" = --data ] || [ "$before" = --textfile ] || [ "$before" = record ]; then
     mapfile -t COMPREPLY < <(compgen -f -- "$word")

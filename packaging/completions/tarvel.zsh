@@ -2,11 +2,12 @@
 local -a panels=(cpu memory energy fans temperatures voltages powers currents)
 local -a readings=(CPUAppUsage MEMAppUsage EnergyAppUsage FanSpeedValues TempValues VoltageValues PowerValues CurrentValues)
 if (( CURRENT == 2 )); then
-  _values command watch panels show flag alias request defaults doctor record export
+  _values command watch window panels show flag alias request defaults doctor record export
   return
 fi
 case $words[2] in
   watch) _arguments '*:: :' '--once' '--json' '--line' '--format:format:(plain tmux waybar i3blocks)' '--text:text:' '--no-helper' ;;
+  window) _arguments '*:: :' '--page:page:(overview processes sensors panels)' '--hidden' '--no-helper' ;;
   panels) if (( CURRENT == 3 )); then _values action on off; else _values -s ' ' panel $panels; fi ;;
   show) _values reading $readings ;;
   flag | alias)

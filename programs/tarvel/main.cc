@@ -182,6 +182,23 @@ void addDefaults(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
+void addWindow(CLI::App& app, Arguments& arguments, Command& command) {
+  auto* window = app.add_subcommand("window", "Show the window, or bring it to the front");
+  auto* page = window->add_option("--page", arguments.text, "the page to show");
+  page->check(CLI::IsMember({"overview", "processes", "sensors", "panels"}));
+  auto* hidden = window->add_flag("--hidden");
+  hidden->description("start in the tray, minimised without one");
+  auto* noHelper = window->add_flag("--no-helper", arguments.watch.noHelper);
+  noHelper->description("do not start a helper");
+  window->callback([&, page, hidden] {
+    Words words;
+    if (page->count() > 0) words.insert(words.end(), {"--page", arguments.text});
+    if (hidden->count() > 0) words.emplace_back("--hidden");
+    if (arguments.watch.noHelper) words.emplace_back("--no-helper");
+    command = [words](DefaultsStore&) -> int { becomeWindow(words); };
+  });
+}
+
 // What needs the machine itself is left to a program of its own.
 void addDoctor(CLI::App& app, Arguments& arguments, Command& command) {
   auto* doctor = app.add_subcommand("doctor", "Check sensors, permissions and setup");
@@ -263,7 +280,7 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", "tarvel " + std::string(kVersion));
   app.require_subcommand(0, 1);
   for (const auto add : {addWatch, addPanels, addShow, addFlag, addAlias, addRequest, addDefaults,
-                         addDoctor, addRecord, addExport}) {
+                         addWindow, addDoctor, addRecord, addExport}) {
     add(app, arguments, command);
   }
   try {

@@ -8,7 +8,8 @@
 namespace tarvel::viewer {
 namespace {
 
-[[noreturn]] void become(const std::string& name, const std::vector<std::string>& arguments) {
+[[noreturn]] void become(const std::string& name, const std::vector<std::string>& arguments,
+                         const char* otherwise = "not found beside this program") {
   if (const auto program = installedProgram(name)) {
     std::vector<std::string> words = {*program};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -18,7 +19,7 @@ namespace {
     pointers.push_back(nullptr);
     ::execv(pointers.front(), pointers.data());
   }
-  throw CommandError(kNothing, name, "not found beside this program");
+  throw CommandError(kNothing, name, otherwise);
 }
 
 }  // namespace
@@ -30,6 +31,10 @@ void becomeExport(const std::vector<std::string>& arguments) { become("tarvel-ex
 void becomeDashboard(bool noHelper) {
   become("tarvel-dashboard",
          noHelper ? std::vector<std::string>{"--no-helper"} : std::vector<std::string>{});
+}
+
+void becomeWindow(const std::vector<std::string>& arguments) {
+  become("tarvel-window", arguments, "not installed (it is the package tarvel-window)");
 }
 
 }  // namespace tarvel::viewer

@@ -17,4 +17,7 @@ namespace tarvel::viewer {
 // The live dashboard. On a terminal that cannot show it, it becomes `tarvel watch --once`.
 [[noreturn]] void becomeDashboard(bool noHelper);
 
+// The window, which a package of its own installs.
+[[noreturn]] void becomeWindow(const std::vector<std::string>& arguments);
+
 }  // namespace tarvel::viewer

@@ -74,8 +74,8 @@ class ApplicationRegistry {
   FileDescriptor lock_;  // held open, and so locked, for the life of the object
 };
 
-// Activating an instance is a line in the log: the applications that run beside the caller have no
-// windows that could come to the front.
+// Activating an instance asks it to bring its window to the front (activation.h); where it has
+// none, that is a line in the log.
 std::unique_ptr<RunningApplications> makeRunningApplications(const ApplicationRegistry& registry,
                                                              SystemLog& log);
 

@@ -1,5 +1,6 @@
 #include "platform/running_applications.h"
 
+#include "platform/host/presence/activation.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/system_log.h"
 
@@ -17,6 +18,7 @@ class RegisteredApplications : public RunningApplications {
   }
 
   void activateWithOptions(const RunningApplication& application, std::uint32_t) override {
+    if (askToActivate(registry_, application, {})) return;
     log_.NSLog(application.bundleIdentifier + " already runs (" + application.instance + ")");
   }
 

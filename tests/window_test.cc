@@ -1,0 +1,307 @@
+#include <QAction>
+#include <QCheckBox>
+#include <QDoubleSpinBox>
+#include <QPushButton>
+#include <QTreeView>
+#include <algorithm>
+#include <csignal>
+#include <map>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/host/processes/child_process.h"
+#include "platform/host/store/defaults_store.h"
+#include "product/identifiers.h"
+#include "product/store_keys.h"
+#include "programs/window/graph.h"
+#include "programs/window/main_window.h"
+#include "programs/window/process_actions.h"
+#include "programs/window/ranked_list.h"
+#include "tests/window_fixture.h"
+#include "viewer/panels.h"
+#include "viewer/process_facts.h"
+
+// The window over recorded stores, on a screen that nobody sees.
+
+// Those libraries keep what they have read until the process ends.
+extern "C" const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\nleak:libQt6"; }
+
+namespace tarvel::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Window : public WindowTest {
+ protected:
+  // Time passes by tick alone.
+  void tick(MainWindow& window, std::chrono::milliseconds after = 1s) {
+    now_ += after;
+    QApplication::processEvents();
+    window.tick(now_);
+    QApplication::processEvents();
+  }
+
+  static MainWindow::Setting setting() {
+    MainWindow::Setting chosen;
+    chosen.startsHelper = false;
+    chosen.hasTimer = false;
+    return chosen;
+  }
+
+  KeptLog log;
+  DefaultsStore store{kSuiteName, log};
+  MainWindow::Clock::time_point now_ = MainWindow::Clock::now();
+};
+
+TEST_F(Window, IsAViewerWhileItIsSeenOnly) {
+  fillStore();
+  WindowSettings settings;
+  MainWindow window(store, settings, setting());
+  const ApplicationRegistry registry;
+  const auto viewers = [&] { return registry.running(kViewerIdentifier).size(); };
+  tick(window);
+  EXPECT_EQ(viewers(), 0U) << "not shown yet";
+  window.show();
+  tick(window);
+  EXPECT_EQ(viewers(), 1U);
+  window.showMinimized();
+  tick(window);
+  EXPECT_EQ(viewers(), 1U) << "it may come back at once";
+  tick(window, 1min);
+  EXPECT_EQ(viewers(), 0U);
+  window.showNormal();
+  tick(window);
+  EXPECT_EQ(viewers(), 1U);
+}
+
+TEST_F(Window, ProcessesAreListedOnce) {
+  fillStore();
+  WindowSettings settings;
+  MainWindow window(store, settings, setting());
+  ASSERT_TRUE(window.showPage("processes"));
+  EXPECT_FALSE(window.showPage("no such page"));
+  window.show();
+  tick(window);
+  const auto* view = window.findChild<QTreeView*>("processTable");
+  ASSERT_NE(view, nullptr);
+  std::vector<std::string> pids;
+  for (int i = 0; i < view->model()->rowCount(); ++i) {
+    pids.push_back(view->model()->index(i, 1).data().toString().toStdString());
+  }
+  EXPECT_EQ(pids, (std::vector<std::string>{"301", "302"}));
+}
+
+// The answers to questions, and what was asked.
+struct Answers {
+  bool isYes = true;
+  QString asked;
+
+  Questions questions() {
+    return {[this](auto&, const QString& text, auto&) {
+              asked = text;
+              return isYes;
+            },
+            [this](auto&, const QString& text, int) {
+              asked = text;
+              return isYes ? std::optional(19) : std::nullopt;
+            }};
+  }
+};
+
+TEST_F(Window, WhatIsAskedAboutIsWhatIsSignalled) {
+  const auto child = spawnProgram("sleep", {"600"});
+  ASSERT_TRUE(child);
+  ProcessFactsReader reader;
+  const auto* facts = reader.of(*child);
+  ASSERT_NE(facts, nullptr);
+  const ChosenProcess process{*child, "sleep", facts->startTime};
+  const ChosenProcess earlier{*child, "sleep", facts->startTime - 1};
+  Answers answers;
+  answers.isYes = false;
+  EXPECT_EQ(askAndSignal(process, kProcessSignals[1], answers.questions()), "");
+  EXPECT_TRUE(answers.asked.contains(QString::number(*child)));
+  answers = {};
+  EXPECT_TRUE(askAndSignal(earlier, kProcessSignals[1], answers.questions()).contains("ended"))
+      << "the number belongs to another process now";
+  EXPECT_EQ(answers.asked, "");
+  EXPECT_TRUE(askAndRenice(process, answers.questions()).contains("19 now"));
+  EXPECT_TRUE(askAndSignal(process, kProcessSignals[1], answers.questions()).contains("sent"));
+  int status = 0;
+  ::waitpid(*child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  EXPECT_TRUE(askAndRenice(process, answers.questions()).contains("ended"));
+}
+
+// What a table holds: a line for each row, with its first two columns.
+QString tableOf(const MainWindow& window, const char* name) {
+  const auto* model = window.findChild<QTreeView*>(name)->model();
+  QString lines;
+  const auto add = [&](const auto& self, const QModelIndex& parent, const QString& indent) -> void {
+    for (int i = 0; i < model->rowCount(parent); ++i) {
+      const auto row = model->index(i, 0, parent);
+      lines += indent + row.data().toString() + "|" + row.siblingAtColumn(1).data().toString();
+      lines += "\n";
+      self(self, row, indent + " ");
+    }
+  };
+  add(add, {}, "");
+  return lines;
+}
+
+void choose(MainWindow& window, const QString& text) {
+  for (auto* action : window.findChildren<QAction*>()) {
+    if (action->text() == text) return action->trigger();
+  }
+  ADD_FAILURE() << "no menu has " << text.toStdString();
+}
+
+TEST_F(Window, SensorsAreNamedHiddenAndWatchedAsChosen) {
+  fillStore();
+  WindowSettings settings;
+  auto chosen = setting();
+  QStringList notified;
+  chosen.askName = [](auto&, auto&) { return std::optional<QString>("Room"); };
+  chosen.notify = [&](auto& title, auto&) { notified << title; };
+  MainWindow window(store, settings, std::move(chosen));
+  window.showPage("sensors");
+  window.show();
+  tick(window);
+  auto* view = window.findChild<QTreeView*>("sensorTable");
+  const auto first = view->model()->index(0, 0, view->model()->index(1, 0));
+  ASSERT_TRUE(first.isValid()) << tableOf(window, "sensorTable").toStdString();
+  const QString name = first.data().toString();
+  view->setCurrentIndex(first);
+
+  window.findChild<QCheckBox*>("notifies")->click();
+  window.findChild<QDoubleSpinBox*>("threshold")->setValue(10);
+  tick(window);
+  tick(window, 29s);
+  EXPECT_TRUE(notified.isEmpty());
+  tick(window, 2s);
+  ASSERT_EQ(notified.size(), 1);
+  EXPECT_TRUE(notified[0].startsWith(name)) << notified[0].toStdString();
+  EXPECT_EQ(WindowSettings().thresholds().size(), 1U);
+
+  const auto has = [&](const char* text) {
+    tick(window);
+    return tableOf(window, "sensorTable").contains(text);
+  };
+  choose(window, "&Rename…");
+  EXPECT_TRUE(has(" Room|"));
+  EXPECT_FALSE(has("°F"));
+  choose(window, "&Fahrenheit");
+  EXPECT_TRUE(has("°F"));
+  choose(window, "&Hide or show again");
+  EXPECT_FALSE(has(" Room"));
+  choose(window, "Show &hidden sensors");
+  EXPECT_TRUE(has(" Room (hidden)|"));
+}
+
+TEST_F(Window, AThresholdKeepsItAViewerWhileNobodySees) {
+  fillStore();
+  WindowSettings settings;
+  settings.setThresholds({{"TempValues none 1", 90}});
+  MainWindow window(store, settings, setting());
+  tick(window);
+  EXPECT_TRUE(window.isWatching());
+}
+
+TEST_F(Window, PanelsAreSwitchedAndRequestsAreAskedAboutFirst) {
+  fillStore();
+  WindowSettings settings;
+  Answers answers;
+  answers.isYes = false;
+  auto chosen = setting();
+  chosen.questions = answers.questions();
+  MainWindow window(store, settings, std::move(chosen));
+  window.showPage("panels");
+  window.show();
+  tick(window);
+  auto* fans = window.findChild<QCheckBox*>("FansDash");
+  ASSERT_TRUE(fans->isChecked());
+  fans->click();
+  tick(window);
+  EXPECT_FALSE(isPanelEnabled(store.get(kPanelsKey), "FansDash"));
+  EXPECT_FALSE(fans->isChecked());
+  const auto press = [&](const QString& text) {
+    for (auto* button : window.findChildren<QPushButton*>()) {
+      if (button->text() == text) button->click();
+    }
+  };
+  press("&Remove helper…");
+  EXPECT_FALSE(answers.asked.isEmpty());
+  EXPECT_FALSE(store.get(kUninstallHelperKey));
+  answers.isYes = true;
+  press("&Remove helper…");
+  press("Check for &updates");
+  EXPECT_TRUE(store.get(kUninstallHelperKey));
+  EXPECT_TRUE(store.get(kCheckHelperUpdatesKey));
+  EXPECT_FALSE(store.get(kClearSensorsKey));
+}
+
+// How many pixels are neither of the greys of texts and frames nor of the pale fill below a line.
+int colouredPixels(QWidget& widget) {
+  constexpr int kLeast = 50;
+  const QImage image = widget.grab().toImage();
+  int count = 0;
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) {
+      const QColor pixel = image.pixelColor(x, y);
+      const auto [least, most] = std::minmax({pixel.red(), pixel.green(), pixel.blue()});
+      count += static_cast<int>(most - least > kLeast);
+    }
+  }
+  return count;
+}
+
+TEST_F(Window, GraphsAndListsShowWhatThereIs) {
+  fillStore();
+  WindowSettings settings;
+  MainWindow window(store, settings, setting());
+  window.show();
+  for (const auto& [page, least] : {std::pair("overview", 3), {"processes", 1}, {"sensors", 1}}) {
+    window.showPage(page);
+    for (int i = 0; i < 4; ++i) tick(window, 4s);
+    int drawn = 0;
+    for (auto* widget : window.findChildren<QWidget*>()) {
+      const auto* graph = dynamic_cast<Graph*>(widget);
+      if (graph == nullptr || !graph->isVisible()) continue;
+      if (graph->lines().empty() || graph->lines()[0].values.empty()) continue;
+      ++drawn;
+      EXPECT_GT(colouredPixels(*widget), 0)
+          << page << ": " << widget->accessibleName().toStdString();
+    }
+    EXPECT_GE(drawn, least) << page;
+  }
+  window.showPage("overview");
+  tick(window, 4s);
+  std::map<QString, std::size_t> lists;
+  for (auto* widget : window.findChildren<QWidget*>()) {
+    const auto* list = dynamic_cast<RankedList*>(widget);
+    if (list != nullptr) lists[list->accessibleName()] = list->items().size();
+  }
+  EXPECT_EQ(lists, (std::map<QString, std::size_t>{
+                       {"Energy of applications", 1}, {"Fans", 1}, {"Hottest", 3}}));
+}
+
+TEST_F(Window, AnotherStartBringsTheFirstToTheFrontAndEnds) {
+  const auto first = spawnProgram(TARVEL_WINDOW, {"--no-helper"});
+  ASSERT_TRUE(first);
+  const ApplicationRegistry registry;
+  while (registry.running(kViewerIdentifier).empty()) {
+    ASSERT_EQ(::waitpid(*first, nullptr, WNOHANG), 0);
+    ::usleep(10'000);
+  }
+  EXPECT_EQ(run(TARVEL_WINDOW, {"--page", "nothing"}).status, 2);
+  EXPECT_EQ(run(TARVEL_WINDOW, {"--page", "sensors"}).status, 0);
+  EXPECT_EQ(registry.running(kWindowIdentifier).size(), 1U);
+  ::kill(*first, SIGTERM);
+  EXPECT_EQ(waitForProgram(*first), 0);
+  EXPECT_EQ(WindowSettings().page(), "sensors") << "the page that was asked for";
+  EXPECT_TRUE(std::filesystem::is_empty(home.path() / "run/com.Tarvel/apps"));
+}
+
+}  // namespace
+}  // namespace tarvel::viewer
