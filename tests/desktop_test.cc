@@ -150,6 +150,9 @@ TEST_F(Desktop, AProcessBelongsToTheBestOfWhatItsFilesTell) {
   put(process(10, "/usr/bin/bash") / "environ",
       launched + '\0' + "GIO_LAUNCHED_DESKTOP_FILE_PID=9" + '\0');
   process(11, "");
+  entry("high/applications/org.a.pad.desktop", "Exec=pad %U\n");
+  entry("high/applications/org.a.pad-settings.desktop", "Exec=pad --preferences\n");
+  process(12, "/x/pad");
   const Texts expected = {"org.a.Unit",
                           "org.a.Program",
                           "org.a.Unit",
@@ -161,7 +164,7 @@ TEST_F(Desktop, AProcessBelongsToTheBestOfWhatItsFilesTell) {
                           "org.a.Script",
                           "",
                           "",
-                          ""};
+                          "org.a.pad"};
   for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_EQ(applicationOf(static_cast<int>(i) + 1), expected[i]) << "process " << i + 1;
   }

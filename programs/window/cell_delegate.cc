@@ -32,7 +32,8 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   const auto group =
       (option.state & QStyle::State_Active) != 0 ? QPalette::Active : QPalette::Inactive;
   const auto colour = index.data(Qt::ForegroundRole);
-  painter->setFont(option.font);
+  const auto font = index.data(Qt::FontRole);
+  painter->setFont(font.isValid() ? font.value<QFont>() : option.font);
   painter->setPen(isSelected         ? option.palette.color(group, QPalette::HighlightedText)
                   : colour.isValid() ? colour.value<QColor>()
                                      : option.palette.color(group, QPalette::Text));

@@ -33,6 +33,13 @@ QColor seriesColour(std::size_t line, const QPalette& palette) {
   return chosen(kSeries[line % kSeries.size()], palette);
 }
 
+QColor faintColour(const QPalette& palette) {
+  constexpr int kOpacity = 165;  // of 255
+  QColor colour = palette.color(QPalette::Text);
+  colour.setAlpha(kOpacity);
+  return colour;
+}
+
 QColor levelColour(Level level, const QPalette& palette) {
   if (level == Level::kNormal) return palette.color(QPalette::Text);
   return chosen(level == Level::kHot ? kHot : kWarm, palette);

@@ -22,4 +22,7 @@ QColor seriesColour(std::size_t line, const QPalette& palette);
 // The text's own for a normal level.
 QColor levelColour(Level level, const QPalette& palette);
 
+// Of texts that step back. The palette has a role for that, which desktops may leave unreadable.
+QColor faintColour(const QPalette& palette);
+
 }  // namespace tarvel::viewer

@@ -15,13 +15,12 @@ namespace {
 
 constexpr int kFillOpacity = 45;  // of 255
 constexpr int kGridOpacity = 40;
-constexpr int kFaintOpacity = 170;  // of texts beside the plot
 constexpr int kGap = 6;
 constexpr double kPen = 1.6;
 
-QColor faint(const QWidget& widget, int opacity) {
-  QColor colour = widget.palette().color(QPalette::Text);
-  colour.setAlpha(opacity);
+QColor gridColour(const QPalette& palette) {
+  QColor colour = palette.color(QPalette::Text);
+  colour.setAlpha(kGridOpacity);
   return colour;
 }
 
@@ -159,15 +158,15 @@ void Graph::draw(QPainter& painter) const {
   painter.setRenderHint(QPainter::Antialiasing);
   drawAxes(painter, plot, scale);
   for (std::size_t i = lines_.size(); i-- > 0;) drawLine(painter, plot, scale, i);
-  painter.setPen(faint(*this, kFaintOpacity));
+  painter.setPen(faintColour(palette()));
   const int used = lines_.size() > 1 ? drawLegend(painter, foot) : 0;
-  painter.setPen(faint(*this, kFaintOpacity));
+  painter.setPen(faintColour(palette()));
   painter.drawText(foot.adjusted(used, 0, 0, 0), Qt::AlignRight | Qt::AlignVCenter, time_);
 }
 
 void Graph::drawAxes(QPainter& painter, QRect plot, Scale scale) const {
   constexpr int kParts = 4;
-  painter.setPen(QPen(faint(*this, kGridOpacity), 1));
+  painter.setPen(QPen(gridColour(palette()), 1));
   for (int i = 0; i <= kParts; ++i) {
     const double y = plot.top() + plot.height() * static_cast<double>(i) / kParts;
     painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
@@ -178,7 +177,7 @@ void Graph::drawAxes(QPainter& painter, QRect plot, Scale scale) const {
     painter.setPen(QPen(levelColour(Level::kHot, palette()), 1, Qt::DashLine));
     painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
   }
-  painter.setPen(faint(*this, kFaintOpacity));
+  painter.setPen(faintColour(palette()));
   painter.drawText(plot.adjusted(2, 1, 0, 0), Qt::AlignLeft | Qt::AlignTop, text_(scale.to));
   painter.drawText(plot.adjusted(2, 0, 0, -1), Qt::AlignLeft | Qt::AlignBottom, text_(scale.from));
 }
@@ -223,7 +222,7 @@ int Graph::drawLegend(QPainter& painter, QRect foot) const {
                             2, 2);
     left += kSwatch + kGap;
     const int width = fontMetrics().horizontalAdvance(lines_[i].name);
-    painter.setPen(faint(*this, kFaintOpacity));
+    painter.setPen(faintColour(palette()));
     painter.drawText(QRect(left, foot.top(), width + 1, foot.height()),
                      Qt::AlignLeft | Qt::AlignVCenter, lines_[i].name);
     left += width + 2 * kGap;

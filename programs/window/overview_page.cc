@@ -39,6 +39,13 @@ void showRates(Graph& graph, std::vector<Graph::Line> lines) {
 
 double highest(const DisplayRow& row) { return row.number.value_or(0); }
 
+// Of what has no range: of the highest that was seen.
+double shareOfHighest(const Model& model, const DisplayRow& row) {
+  const auto* series = model.history().of(row.id);
+  const double most = series != nullptr ? series->maximum() : 0;
+  return most > 0 ? std::clamp(row.number.value_or(0) / most, 0.0, 1.0) : 0;
+}
+
 }  // namespace
 
 OverviewPage::OverviewPage(ApplicationIcons& icons)
@@ -164,7 +171,8 @@ void OverviewPage::showSensors(const Model& model) {
     });
     if (rows.size() > kMostItems) rows.resize(kMostItems);
     std::vector<RankedList::Item> items;
-    for (const auto& row : rows) {
+    for (auto& row : rows) {
+      if (row.share == 0) row.share = shareOfHighest(model, row);
       items.push_back({{},
                        QString::fromStdString(row.name),
                        QString::fromStdString(row.value),

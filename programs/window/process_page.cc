@@ -1,5 +1,6 @@
 #include "programs/window/process_page.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -11,6 +12,7 @@
 
 #include "product/store_keys.h"
 #include "programs/window/cell_delegate.h"
+#include "programs/window/colours.h"
 #include "programs/window/graph.h"
 #include "programs/window/watching.h"
 #include "viewer/machine/amounts.h"
@@ -25,18 +27,18 @@ constexpr std::size_t kListCount = 3;
 
 QString trimmed(const std::string& text) { return QString::fromStdString(text).trimmed(); }
 
-// Widths in characters.
+// Widths in characters; those of figures have room for their heads.
 int widthOf(ProcessColumn column) {
   switch (column) {
     case ProcessColumn::kName:
-      return 26;
+      return 28;
     case ProcessColumn::kPid:
     case ProcessColumn::kUser:
-      return 9;
-    case ProcessColumn::kCommand:
-      return 40;
+      return 11;
+    case ProcessColumn::kCompressed:
+      return 17;
     default:
-      return 12;
+      return 15;
   }
 }
 
@@ -59,6 +61,7 @@ ProcessPage::ProcessPage(ApplicationIcons& icons, Questions questions, Tell tell
   search_->setPlaceholderText("Search names, users and command lines");
   search_->setAccessibleName("Search processes");
   search_->setClearButtonEnabled(true);
+  colourSearch();
   QObject::connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) {
     choices_.filter = text;
     rebuild();
@@ -100,6 +103,17 @@ void ProcessPage::buildView() {
   });
   QObject::connect(view_->selectionModel(), &QItemSelectionModel::currentChanged, this,
                    [this] { showHistory(); });
+}
+
+void ProcessPage::colourSearch() {
+  QPalette own = palette();
+  own.setColor(QPalette::PlaceholderText, faintColour(own));
+  search_->setPalette(own);
+}
+
+void ProcessPage::changeEvent(QEvent* event) {
+  if (event->type() == QEvent::PaletteChange) colourSearch();
+  Page::changeEvent(event);
 }
 
 void ProcessPage::setGrouped(bool isGrouped) {
@@ -160,7 +174,7 @@ void ProcessPage::rebuild() {
   const auto& first = watching_->model().panels()[kProcessorPanel];
   note_->setText(count == 0 ? QString::fromStdString(first.emptyReason)
                  : isStale  ? "These are old: the helper does not answer"
-                            : QString("%1 busiest processes").arg(count));
+                            : QString("The %1 busiest processes").arg(count));
   if (!view_->currentIndex().isValid() && rows_.rowCount() > 0) {
     view_->setCurrentIndex(rows_.index(0, 0));
   }

@@ -39,6 +39,9 @@ class ProcessPage : public Page {
   void renice();
   void setContextActions(const QList<QAction*>& actions);  // of the table's own menu
 
+ protected:
+  void changeEvent(QEvent* event) override;
+
  private:
   struct Known {
     std::string listedName;
@@ -47,6 +50,7 @@ class ProcessPage : public Page {
   };
 
   void buildView();
+  void colourSearch();
   void rebuild();
   void showHistory();
   ProcessIdentity identityOf(const ProcessRow& row);

@@ -55,7 +55,7 @@ void RankedList::paintEvent(QPaintEvent*) {
   const QRect inner = paintCard(painter, *this, title_, {});
   painter.setRenderHint(QPainter::Antialiasing);
   if (items_.empty()) {
-    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.setPen(faintColour(palette()));
     painter.drawText(inner, Qt::AlignCenter | Qt::TextWordWrap, whyEmpty_);
     return;
   }

@@ -1,5 +1,6 @@
 #include "programs/window/row_tree.h"
 
+#include <QFont>
 #include <QGuiApplication>
 #include <QHash>
 #include <QPalette>
@@ -190,8 +191,14 @@ QVariant RowTree::data(const QModelIndex& index, int role) const {
                                      : Qt::AlignLeft | Qt::AlignVCenter);
     case Qt::DecorationRole:
       return column == 0 && !row.icon.isEmpty() ? QVariant(iconOf_(row.icon)) : QVariant();
+    case Qt::FontRole: {
+      if (!row.isHeading) return {};
+      QFont font = QGuiApplication::font();
+      font.setBold(true);
+      return font;
+    }
     case Qt::ForegroundRole:
-      if (row.isDim) return QGuiApplication::palette().color(QPalette::PlaceholderText);
+      if (row.isDim) return faintColour(QGuiApplication::palette());
       return column == markedColumn_ && row.level != Level::kNormal
                  ? QVariant(levelColour(row.level, QGuiApplication::palette()))
                  : QVariant();

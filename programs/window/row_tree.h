@@ -23,6 +23,7 @@ struct TreeRow {
   QString toolTip;
   Level level = Level::kNormal;  // of the model's marked column
   bool isDim = false;            // hidden, or not of now
+  bool isHeading = false;        // of the rows below it
   std::vector<TreeRow> children;
 };
 

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "product/store_keys.h"
@@ -25,7 +26,7 @@ namespace tarvel::viewer {
 namespace {
 
 constexpr int kGraphHeight = 190;
-constexpr std::array<int, 6> kWidths = {30, 14, 14, 14, 14, 30};  // characters
+constexpr std::array<int, 6> kWidths = {32, 16, 16, 16, 18, 30};  // characters
 constexpr double kLargestThreshold = 1e6;
 
 struct Time {
@@ -42,6 +43,14 @@ QString unitText(std::string_view key, bool isFahrenheit) {
   if (key == kTempValuesKey) return isFahrenheit ? " °F" : " °C";
   const auto unit = unitOf(key);
   return " " + QString::fromUtf8(unit.data(), static_cast<qsizetype>(unit.size()));
+}
+
+// A threshold to begin with: a fifth above what it is now.
+double proposal(const DisplayRow& row) {
+  constexpr double kAbove = 1.2;
+  constexpr double kWhole = 10;
+  const double value = row.number.value_or(0) * kAbove;
+  return value < kWhole ? value : std::round(value);
 }
 
 }  // namespace
@@ -157,22 +166,19 @@ void SensorPage::showSelected() {
   if (watching_ == nullptr) return;
   const auto& model = watching_->model();
   const auto found = sensorRow(model, selected().toStdString());
-  for (QWidget* control : {static_cast<QWidget*>(notifies_), static_cast<QWidget*>(threshold_)}) {
-    control->setEnabled(static_cast<bool>(found));
-  }
+  notifies_->setEnabled(static_cast<bool>(found));
+  threshold_->setEnabled(notifies_->isEnabled());
   if (!found) return;
-  const bool isTemperature = found.panel->key == kTempValuesKey;
-  const bool isFahrenheit = model.choices.isFahrenheit;
+  const bool isFahrenheit = found.panel->key == kTempValuesKey && model.choices.isFahrenheit;
   const auto& thresholds = alarms_.thresholds();
   const auto threshold = thresholds.find(found.row->id);
   const bool notifies = threshold != thresholds.end();
   isShowing_ = true;
   notifies_->setChecked(notifies);
+  threshold_->setEnabled(notifies);
   threshold_->setSuffix(unitText(found.panel->key, isFahrenheit));
-  if (notifies && !threshold_->hasFocus()) {
-    threshold_->setValue(isTemperature ? shownDegrees(threshold->second, isFahrenheit)
-                                       : threshold->second);
-  }
+  const double value = notifies ? threshold->second : proposal(*found.row);
+  if (!threshold_->hasFocus()) threshold_->setValue(shownDegrees(value, isFahrenheit));
   isShowing_ = false;
   const auto source =
       sources_.of(shortName(found.panel->name), found.row->sensor, found.row->place);
@@ -209,10 +215,8 @@ void SensorPage::setThreshold() {
   auto thresholds = alarms_.thresholds();
   if (!notifies_->isChecked()) {
     thresholds.erase(found.row->id);
-  } else if (!thresholds.contains(found.row->id) && found.row->number) {
-    // A proposal: a tenth above what it is now.
-    constexpr double kAbove = 1.1;
-    thresholds[found.row->id] = *found.row->number * kAbove;
+  } else if (!thresholds.contains(found.row->id)) {
+    thresholds[found.row->id] = proposal(*found.row);
   } else {
     thresholds[found.row->id] = celsius(threshold_->value(), isFahrenheit);
   }

@@ -50,6 +50,7 @@ std::vector<TreeRow> sensorRows(const Model& model, const SensorContext& context
     if (panel.rows.empty()) kind.cells[0] += ": " + QString::fromStdString(panel.emptyReason);
     if (panel.isStale) kind.cells[0] += ", old: " + QString::fromStdString(ageText(panel.age));
     kind.isDim = panel.rows.empty();
+    kind.isHeading = !kind.isDim;
     for (const auto& row : panel.rows) kind.children.push_back(rowOf(model, panel, row, context));
     kinds.push_back(std::move(kind));
   }

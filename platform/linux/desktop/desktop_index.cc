@@ -207,6 +207,9 @@ const DesktopIndex::Application* DesktopIndex::chooseAmong(
   for (const auto* claimant : claimants) {
     if (claimant->identifier == programName) return claimant;
   }
+  for (const auto* claimant : claimants) {
+    if (claimant->identifier.ends_with("." + std::string(programName))) return claimant;
+  }
   return nullptr;
 }
 

@@ -54,7 +54,7 @@ class DesktopIndex {
 
   // The application that starts the program at this absolute path. Where several do, the one whose
   // own arguments are all among those of the process, which are asked for only then, else the one
-  // named for the program.
+  // named for the program, "org.a.prog" too.
   const Application* startingProgram(const std::string& path, const Arguments& arguments) const;
 
  private:
