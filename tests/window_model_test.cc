@@ -13,6 +13,7 @@
 #include "programs/window/alarms.h"
 #include "programs/window/colours.h"
 #include "programs/window/figures.h"
+#include "programs/window/graph.h"
 #include "programs/window/icons.h"
 #include "programs/window/process_rows.h"
 #include "programs/window/row_tree.h"
@@ -222,6 +223,57 @@ TEST_F(WindowModel, ApplicationsHaveTheNamesOfTheirEntries) {
     EXPECT_EQ(desktopEntryName(entry, "de_AT"), name) << entry;
 }
 
+TEST_F(WindowModel, WhatAProcessCallsItselfIsNoMarkup) {
+  RowTree tree({{"Name"}}, 0, [](const QString&) { return QIcon(); });
+  TreeRow row;
+  row.key = "1";
+  row.cells = {"x"};
+  row.toolTip = "sh -c '<img src=/etc/x> & more'";
+  tree.update({row});
+  EXPECT_EQ(tree.index(0, 0).data(Qt::ToolTipRole),
+            "<p>sh -c '&lt;img src=/etc/x&gt; &amp; more'</p>");
+}
+
+TEST_F(WindowModel, ScalesOfBytesAreRoundAndHoldEveryValue) {
+  constexpr double kMebi = 1024 * 1024;
+  const std::pair<std::vector<double>, double> cases[] = {
+      {{}, 1024},
+      {{0, 1000}, 1024},
+      {{1025}, 2 * 1024},
+      {{512 * 1024, 3 * 1024}, 1024 * 1000},
+      {{kMebi, 4.5 * kMebi}, 5 * kMebi},
+      {{21 * kMebi}, 50 * kMebi},
+  };
+  for (const auto& [values, most] : cases) {
+    const auto scale = scaleOfBytes({{{}, values}});
+    EXPECT_EQ(scale.from, 0);
+    EXPECT_EQ(scale.to, most);
+  }
+}
+
+TEST_F(WindowModel, GraphsShowTheLatestValues) {
+  Series series;
+  for (int i = 0; i < 250; ++i) series.add(i);
+  EXPECT_EQ(valuesOf(series).size(), Series::kLength);
+  EXPECT_EQ(valuesOf(series, 2), (std::vector<double>{248, 249}));
+  EXPECT_TRUE(valuesOf(Series()).empty());
+}
+
+TEST_F(WindowModel, TheMachineIsTextOfWhatItHas) {
+  MachineTotals totals;
+  totals.uptime = std::chrono::hours(76);
+  EXPECT_EQ(stateText(totals), "Up 3d 4h");
+  EXPECT_EQ(machineReading(kTrayProcessor, totals).text, "–");
+  totals.battery = Battery{0.5, Battery::State::kCharging, std::chrono::minutes(65)};
+  totals.nearlyFull = {{"/srv", 0.98, 1ULL << 29, 1ULL << 36}};
+  EXPECT_EQ(stateText(totals),
+            "Up 3d 4h  ·  battery 50 %, charging, 1:05 to full  ·  /srv is 98 % full, 512M left");
+  totals.processors = Processors{0.256, {}};
+  totals.memory = Memory{8ULL << 30, 2ULL << 30, 0, 0, 0};
+  EXPECT_EQ(machineReading(kTrayProcessor, totals).text, "26");
+  EXPECT_EQ(machineReading(kTrayMemory, totals).line, "Memory 25 %");
+}
+
 double contrast(const QColor& a, const QColor& b) {
   const auto luminance = [](const QColor& colour) {
     const auto linear = [](double share) {
@@ -247,6 +299,8 @@ TEST_F(WindowModel, ColoursStandOutFromLightAndDarkBackgrounds) {
       EXPECT_GE(contrast(colour, base), 3) << base << ", line " << i;
     }
     EXPECT_EQ(lines.size(), kSeriesColours);
+    const auto faint = faintColour(palette);
+    EXPECT_GT(faint.alphaF(), 0.6) << "desktops may leave their own role unreadable";
     for (const auto level : {Level::kWarm, Level::kHot}) {
       EXPECT_GE(contrast(levelColour(level, palette), base), 4.5) << base;
     }

@@ -1,15 +1,21 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QDoubleSpinBox>
+#include <QLineEdit>
+#include <QMenuBar>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTreeView>
 #include <algorithm>
+#include <array>
 #include <csignal>
+#include <cstdint>
 #include <map>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/host/container/group_container.h"
 #include "platform/host/processes/child_process.h"
 #include "platform/host/store/defaults_store.h"
 #include "product/identifiers.h"
@@ -17,6 +23,7 @@
 #include "programs/window/graph.h"
 #include "programs/window/main_window.h"
 #include "programs/window/process_actions.h"
+#include "programs/window/process_rows.h"
 #include "programs/window/ranked_list.h"
 #include "tests/window_fixture.h"
 #include "viewer/panels.h"
@@ -55,6 +62,35 @@ class Window : public WindowTest {
   MainWindow::Clock::time_point now_ = MainWindow::Clock::now();
 };
 
+// What a table holds: a line for each row, with its first two columns.
+QString tableOf(const MainWindow& window, const char* name) {
+  const auto* model = window.findChild<QTreeView*>(name)->model();
+  QString lines;
+  const auto add = [&](const auto& self, const QModelIndex& parent, const QString& indent) -> void {
+    for (int i = 0; i < model->rowCount(parent); ++i) {
+      const auto row = model->index(i, 0, parent);
+      lines += indent + row.data().toString() + "|" + row.siblingAtColumn(1).data().toString();
+      lines += "\n";
+      self(self, row, indent + " ");
+    }
+  };
+  add(add, {}, "");
+  return lines;
+}
+
+void choose(MainWindow& window, const QString& text) {
+  for (auto* action : window.findChildren<QAction*>()) {
+    if (action->text() == text) return action->trigger();
+  }
+  ADD_FAILURE() << "no menu has " << text.toStdString();
+}
+
+// The letter that goes with Alt.
+QChar letterOf(const QString& text) {
+  const auto place = text.indexOf('&');
+  return place < 0 ? QChar() : text[place + 1].toLower();
+}
+
 TEST_F(Window, IsAViewerWhileItIsSeenOnly) {
   fillStore();
   WindowSettings settings;
@@ -76,21 +112,133 @@ TEST_F(Window, IsAViewerWhileItIsSeenOnly) {
   EXPECT_EQ(viewers(), 1U);
 }
 
-TEST_F(Window, ProcessesAreListedOnce) {
+// Counts what is painted.
+class PaintCounter : public QObject {
+ public:
+  explicit PaintCounter(MainWindow& window) {
+    for (auto* widget : window.findChildren<QWidget*>()) widget->installEventFilter(this);
+  }
+  bool eventFilter(QObject*, QEvent* event) override {
+    count += static_cast<int>(event->type() == QEvent::Paint);
+    return false;
+  }
+  int count = 0;
+};
+
+TEST_F(Window, NothingIsPaintedWhileItIsMinimisedAndAThresholdIsWatched) {
+  fillStore();
+  WindowSettings settings;
+  settings.setThresholds({{"TempValues none 1", 90}});
+  MainWindow window(store, settings, setting());
+  window.show();
+  tick(window);
+  window.showMinimized();
+  for (int i = 0; i < 3; ++i) tick(window);
+  PaintCounter painted(window);
+  for (int i = 0; i < 5; ++i) {
+    fillStore();
+    tick(window, 3s);
+  }
+  EXPECT_TRUE(window.isWatching());
+  EXPECT_EQ(painted.count, 0);
+  window.showNormal();
+  tick(window, 3s);
+  EXPECT_GT(painted.count, 0) << "counts at all";
+}
+
+TEST_F(Window, OldReadingsAreMarked) {
   fillStore();
   WindowSettings settings;
   MainWindow window(store, settings, setting());
-  ASSERT_TRUE(window.showPage("processes"));
-  EXPECT_FALSE(window.showPage("no such page"));
+  window.showPage("processes");
+  window.show();
+  const auto isDim = [&] {
+    const auto first = window.findChild<QTreeView*>("processTable")->model()->index(0, 0);
+    return first.data(Qt::ForegroundRole).isValid();
+  };
+  tick(window);
+  EXPECT_FALSE(isDim());
+  // As if they had been published at the beginning of the epoch (reading_times.h).
+  const auto times = *groupContainer(kSuiteName) + "/Library/Caches/ReadingTimes";
+  const std::array<std::int64_t, 8> first = {1, 1, 1, 1, 1, 1, 1, 1};
+  writeFile(times, {reinterpret_cast<const char*>(first.data()), sizeof first});
+  tick(window, 5s);
+  EXPECT_TRUE(isDim());
+}
+
+TEST_F(Window, ValuesOfAnyFormAreNoReadings) {
+  fillStore();
+  WindowSettings settings;
+  MainWindow window(store, settings, setting());
+  window.show();
+  const PropertyList values[] = {PropertyList(std::string("text")), PropertyList(Array{}),
+                                 PropertyList(Data(1000, 0xff)), PropertyList(true)};
+  for (const auto& value : values) {
+    for (const auto& panel : kPanelTable) ASSERT_TRUE(store.set(panel.readingKey, value));
+    for (const char* page : {"overview", "processes", "sensors", "panels"}) {
+      window.showPage(page);
+      tick(window, 3s);
+    }
+  }
+  EXPECT_EQ(window.findChild<QTreeView*>("processTable")->model()->rowCount(), 0);
+  ASSERT_TRUE(store.set(kPanelsKey, std::string("no panels")));
+  tick(window, 3s);
+}
+
+TEST_F(Window, SizeAndPageAreThereAgain) {
+  WindowSettings settings;
+  {
+    MainWindow window(store, settings, setting());
+    window.showPage("sensors");
+    window.resize(640, 480);
+  }
+  MainWindow window(store, settings, setting());
+  EXPECT_EQ(window.page(), "sensors");
+  EXPECT_EQ(window.size(), QSize(640, 480));
+}
+
+TEST_F(Window, EveryActionHasAMnemonicAndNoKeyIsThereTwice) {
+  WindowSettings settings;
+  const MainWindow window(store, settings, setting());
+  std::map<QString, int> keys;
+  for (const auto* action : window.findChildren<QAction*>()) {
+    if (!action->shortcut().isEmpty()) ++keys[action->shortcut().toString()];
+    if (!action->text().isEmpty()) {
+      EXPECT_TRUE(action->text().contains('&')) << action->text().toStdString();
+    }
+  }
+  EXPECT_GE(keys.size(), 12U);
+  for (const auto& [key, count] : keys) EXPECT_EQ(count, 1) << key.toStdString();
+  std::map<QChar, int> letters;  // of the menus and the tabs, which are there at once
+  const auto* tabs = window.findChild<QTabWidget*>();
+  for (int i = 0; i < tabs->count(); ++i) ++letters[letterOf(tabs->tabText(i))];
+  for (const auto* menu : window.menuBar()->actions()) ++letters[letterOf(menu->text())];
+  for (const auto& [letter, count] : letters) EXPECT_EQ(count, 1) << QString(letter).toStdString();
+}
+
+TEST_F(Window, ProcessesAreSortedSearchedAndGroupedByTheUser) {
+  fillStore();
+  WindowSettings settings;
+  MainWindow window(store, settings, setting());
+  window.showPage("processes");
   window.show();
   tick(window);
-  const auto* view = window.findChild<QTreeView*>("processTable");
-  ASSERT_NE(view, nullptr);
-  std::vector<std::string> pids;
-  for (int i = 0; i < view->model()->rowCount(); ++i) {
-    pids.push_back(view->model()->index(i, 1).data().toString().toStdString());
-  }
-  EXPECT_EQ(pids, (std::vector<std::string>{"301", "302"}));
+  auto* view = window.findChild<QTreeView*>("processTable");
+  const auto names = [&] { return tableOf(window, "processTable").section('\n', 0, 1); };
+  EXPECT_EQ(names(), "a\\\"b c|301\nbash|302");
+  EXPECT_FALSE(view->model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>().isNull());
+  view->sortByColumn(static_cast<int>(ProcessColumn::kMemory), Qt::DescendingOrder);
+  EXPECT_EQ(names(), "bash|302\na\\\"b c|301");
+  view->setCurrentIndex(view->model()->index(1, 0));
+  view->sortByColumn(static_cast<int>(ProcessColumn::kPid), Qt::AscendingOrder);
+  EXPECT_EQ(view->currentIndex().row(), 0) << "the selection stays with its process";
+  auto* search = window.findChild<QLineEdit*>("search");
+  search->setText("BASH");
+  EXPECT_EQ(names(), "bash|302\n");
+  search->clear();
+  choose(window, "Group processes by &application");
+  tick(window, 3s);
+  EXPECT_EQ(WindowSettings().groupsProcesses(), true);
 }
 
 // The answers to questions, and what was asked.
@@ -132,29 +280,6 @@ TEST_F(Window, WhatIsAskedAboutIsWhatIsSignalled) {
   ::waitpid(*child, &status, 0);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
   EXPECT_TRUE(askAndRenice(process, answers.questions()).contains("ended"));
-}
-
-// What a table holds: a line for each row, with its first two columns.
-QString tableOf(const MainWindow& window, const char* name) {
-  const auto* model = window.findChild<QTreeView*>(name)->model();
-  QString lines;
-  const auto add = [&](const auto& self, const QModelIndex& parent, const QString& indent) -> void {
-    for (int i = 0; i < model->rowCount(parent); ++i) {
-      const auto row = model->index(i, 0, parent);
-      lines += indent + row.data().toString() + "|" + row.siblingAtColumn(1).data().toString();
-      lines += "\n";
-      self(self, row, indent + " ");
-    }
-  };
-  add(add, {}, "");
-  return lines;
-}
-
-void choose(MainWindow& window, const QString& text) {
-  for (auto* action : window.findChildren<QAction*>()) {
-    if (action->text() == text) return action->trigger();
-  }
-  ADD_FAILURE() << "no menu has " << text.toStdString();
 }
 
 TEST_F(Window, SensorsAreNamedHiddenAndWatchedAsChosen) {
@@ -301,6 +426,19 @@ TEST_F(Window, AnotherStartBringsTheFirstToTheFrontAndEnds) {
   EXPECT_EQ(waitForProgram(*first), 0);
   EXPECT_EQ(WindowSettings().page(), "sensors") << "the page that was asked for";
   EXPECT_TRUE(std::filesystem::is_empty(home.path() / "run/com.Tarvel/apps"));
+}
+
+TEST_F(Window, TheCommandSaysWhatIsMissing) {
+  const auto alone = home.path() / "bin";
+  std::filesystem::create_directory(alone);
+  std::filesystem::copy(TARVEL_PROGRAM, alone / "tarvel");
+  const auto missing = run((alone / "tarvel").string(), {"window"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.errors,
+            "tarvel: tarvel-window: not installed (it is the package tarvel-window)\n");
+  const auto wrong = tarvel({"window", "--page", "nothing"});
+  EXPECT_EQ(wrong.status, 2);
+  EXPECT_EQ(std::count(wrong.errors.begin(), wrong.errors.end(), '\n'), 1) << wrong.errors;
 }
 
 }  // namespace

@@ -59,6 +59,9 @@ MainWindow::MainWindow(DefaultsStore& store, WindowSettings& settings, Setting s
 }
 
 MainWindow::~MainWindow() {
+  // The pages end after what they show.
+  tabs_->disconnect(this);
+  leavePages();
   settings_.setGeometry(saveGeometry());
   settings_.setPage(page());
 }
@@ -94,9 +97,9 @@ void MainWindow::addPages() {
   sensors_ =
       new SensorPage(settings_, alarms_, {told, [this] { applySettings(); }, setting_.askName});
   addPage(new OverviewPage(icons_), "overview", "&Overview");
-  addPage(processes_, "processes", "&Processes");
-  addPage(sensors_, "sensors", "&Sensors");
-  addPage(new PanelPage(store_, setting_.questions, told), "panels", "Pa&nels");
+  addPage(processes_, "processes", "Proc&esses");
+  addPage(sensors_, "sensors", "Se&nsors");
+  addPage(new PanelPage(store_, setting_.questions, told), "panels", "Pane&ls");
 }
 
 bool MainWindow::isPage(const QString& name) {
@@ -119,7 +122,10 @@ void MainWindow::startHidden() {
 }
 
 void MainWindow::comeToFront(const QString& activationToken) {
-  if (!activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+  // Where Qt's plugin for Wayland looks for it.
+  if (!activationToken.isEmpty() && QGuiApplication::platformName().startsWith("wayland")) {
+    qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+  }
   setWindowState(windowState() & ~Qt::WindowMinimized);
   show();
   raise();
@@ -196,11 +202,14 @@ void MainWindow::tick(Clock::time_point now) {
   }
 }
 
+void MainWindow::leavePages() {
+  for (int i = 0; i < tabs_->count(); ++i) static_cast<Page*>(tabs_->widget(i))->leave();
+}
+
 void MainWindow::watch(Clock::time_point now, bool isSeen) {
   const bool stays = watching_ && now - lastSeen_ < kLeaveAfter;
   if (!isSeen && !stays && !needsSensors()) {
-    if (!watching_) return;
-    for (int i = 0; i < tabs_->count(); ++i) static_cast<Page*>(tabs_->widget(i))->leave();
+    leavePages();
     watching_.reset();
     return;
   }

@@ -90,6 +90,7 @@ class MainWindow : public QMainWindow {
   bool isSeen() const;
   bool needsSensors() const;
   void lookAgain();
+  void leavePages();
   void watch(Clock::time_point now, bool isSeen);
   void showNews(Clock::time_point now);
   void checkAlarms(Clock::time_point now);

@@ -28,7 +28,7 @@ const PanelView& panelOf(const Model& model, std::string_view key) {
 }
 
 QString whyEmpty(const PanelView& panel) {
-  return panel.isStale ? "old readings: the helper does not answer"
+  return panel.isStale ? "old readings: waiting for the helper"
                        : QString::fromStdString(panel.emptyReason);
 }
 

@@ -79,6 +79,7 @@ Questions questionsOver(QWidget* parent) {
   Questions questions;
   questions.confirm = [parent](const QString& title, const QString& text, const QString& button) {
     QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Cancel, parent);
+    box.setTextFormat(Qt::PlainText);
     auto* go = box.addButton(button, QMessageBox::AcceptRole);
     box.setDefaultButton(QMessageBox::Cancel);
     box.exec();
@@ -89,7 +90,8 @@ Questions questionsOver(QWidget* parent) {
     constexpr int kFirst = -20;
     constexpr int kLast = 19;
     bool isGiven = false;
-    const int nice = QInputDialog::getInt(parent, title, text, now, kFirst, kLast, 1, &isGiven);
+    const int nice = QInputDialog::getInt(parent, title, Qt::convertFromPlainText(text), now,
+                                          kFirst, kLast, 1, &isGiven);
     return isGiven ? std::optional(nice) : std::nullopt;
   };
   return questions;

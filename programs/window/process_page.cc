@@ -60,6 +60,7 @@ ProcessPage::ProcessPage(ApplicationIcons& icons, Questions questions, Tell tell
   buildView();
   search_->setPlaceholderText("Search names, users and command lines");
   search_->setAccessibleName("Search processes");
+  search_->setObjectName("search");
   search_->setClearButtonEnabled(true);
   colourSearch();
   QObject::connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) {
@@ -173,7 +174,7 @@ void ProcessPage::rebuild() {
   rows_.update(std::move(rows));
   const auto& first = watching_->model().panels()[kProcessorPanel];
   note_->setText(count == 0 ? QString::fromStdString(first.emptyReason)
-                 : isStale  ? "These are old: the helper does not answer"
+                 : isStale  ? "Old readings: waiting for the helper"
                             : QString("The %1 busiest processes").arg(count));
   if (!view_->currentIndex().isValid() && rows_.rowCount() > 0) {
     view_->setCurrentIndex(rows_.index(0, 0));

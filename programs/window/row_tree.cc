@@ -35,6 +35,7 @@ RowTree::~RowTree() = default;
 void RowTree::update(std::vector<TreeRow> rows) { merge(*root_, rows); }
 
 void RowTree::merge(Node& parent, std::vector<TreeRow>& rows) {
+  if (parent.children.empty() && rows.empty()) return;
   removeMissing(parent, rows);
   appendNew(parent, rows);
   reorder(parent, rows);
@@ -184,7 +185,8 @@ QVariant RowTree::data(const QModelIndex& index, int role) const {
     case Qt::AccessibleTextRole:
       return columns_[static_cast<std::size_t>(column)].title + ": " + row.cells.value(column);
     case Qt::ToolTipRole:
-      return row.toolTip;
+      // As a text that wraps, and in which nothing that a process calls itself is markup.
+      return row.toolTip.isEmpty() ? QVariant() : "<p>" + row.toolTip.toHtmlEscaped() + "</p>";
     case Qt::TextAlignmentRole:
       return QVariant::fromValue(columns_[static_cast<std::size_t>(column)].isNumber
                                      ? Qt::AlignRight | Qt::AlignVCenter

@@ -17,10 +17,10 @@
 namespace tarvel::viewer {
 
 struct TreeRow {
-  QString key;        // the same at every refresh, and unlike that of every other row
-  QStringList cells;  // one for each column
-  QString icon;       // what the model's icons are asked for; empty: no icon
-  QString toolTip;
+  QString key;                   // the same at every refresh, and unlike that of every other row
+  QStringList cells;             // one for each column
+  QString icon;                  // what the model's icons are asked for; empty: no icon
+  QString toolTip;               // plain text
   Level level = Level::kNormal;  // of the model's marked column
   bool isDim = false;            // hidden, or not of now
   bool isHeading = false;        // of the rows below it

@@ -118,6 +118,7 @@ QWidget* SensorPage::makeDetails() {
   QObject::connect(notifies_, &QCheckBox::toggled, this, [this] { setThreshold(); });
   QObject::connect(threshold_, &QDoubleSpinBox::valueChanged, this, [this] { setThreshold(); });
   source_->setWordWrap(true);
+  source_->setTextFormat(Qt::PlainText);
   source_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   layout->addWidget(source_, 1, Qt::AlignTop);
   return details;
