@@ -1,11 +1,13 @@
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -620,41 +622,66 @@ TEST(SensorMap, StandsInTheDocument) {
 }
 
 // A device that takes its time, and tells how often it was published.
-class SlowDevice : public SensorDevice {
+// A device whose answer takes until the gate is opened, or five seconds.
+struct Gate {
+  void set(bool open) {
+    const std::lock_guard lock(mutex);
+    isOpen = open;
+    changed.notify_all();
+  }
+  void pass() {
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, std::chrono::seconds(5), [this] { return isOpen; });
+  }
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool isOpen = false;
+};
+
+class GatedDevice : public SensorDevice {
  public:
-  explicit SlowDevice(milliseconds needed) : needed_(needed) {}
+  explicit GatedDevice(Gate& gate) : gate_(gate) {}
   void read() override {
-    std::this_thread::sleep_for(needed_);
+    gate_.pass();
     read_ = true;
   }
   void publish() override { published += std::exchange(read_, false) ? 1 : 0; }
   int published = 0;
 
  private:
-  milliseconds needed_;
+  Gate& gate_;
   bool read_ = false;
 };
 
 TEST(SensorDevices, AreWaitedForTogetherAndOnlyOnce) {
-  const auto device = [](int needed) { return std::make_shared<SlowDevice>(milliseconds(needed)); };
-  const std::vector devices = {device(600), device(200), device(200), device(200), device(0)};
-  const SensorDevices all(devices.begin(), devices.end());
-  const auto took = [&] {
-    const auto start = std::chrono::steady_clock::now();
-    readDevices(all, {milliseconds(60), milliseconds(500)});
-    return std::chrono::steady_clock::now() - start;
+  Gate closed;
+  Gate open;
+  open.set(true);
+  std::vector<std::shared_ptr<GatedDevice>> slow;
+  for (int i = 0; i < 4; ++i) slow.push_back(std::make_shared<GatedDevice>(closed));
+  const auto quick = std::make_shared<GatedDevice>(open);
+  SensorDevices all(slow.begin(), slow.end());
+  all.push_back(quick);
+  const auto areBusy = [&] {
+    return std::all_of(slow.begin(), slow.end(), [](const auto& each) { return each->isBusy(); });
   };
-  EXPECT_LT(took(), milliseconds(500));
-  EXPECT_EQ(devices[4]->published, 1);
-  std::this_thread::sleep_for(milliseconds(500));
-  for (const auto& slow : all) {
-    ASSERT_FALSE(slow->isBusy());
-    slow->publish();
+  readDevices(all, {milliseconds(60), milliseconds(500)});
+  EXPECT_TRUE(areBusy()) << "they were waited for one after the other";
+  EXPECT_EQ(quick->published, 1);
+  closed.set(true);
+  for (const auto& each : slow) {
+    while (each->isBusy()) std::this_thread::sleep_for(milliseconds(1));
+    each->publish();
+    EXPECT_EQ(each->published, 1) << "an answer that comes late counts";
   }
-  for (const auto& slow : devices)
-    EXPECT_EQ(slow->published, 1) << "an answer that comes late counts";
-  EXPECT_LT(took(), milliseconds(100)) << "slow devices are known";
-  EXPECT_EQ(devices[4]->published, 2);
+  closed.set(false);
+  readDevices(all, {milliseconds(60), std::chrono::hours(1)});
+  EXPECT_TRUE(areBusy()) << "slow devices are known, and not waited for";
+  EXPECT_EQ(quick->published, 2);
+  closed.set(true);
+  for (const auto& each : slow) {
+    while (each->isBusy()) std::this_thread::sleep_for(milliseconds(1));
+  }
 }
 
 }  // namespace
