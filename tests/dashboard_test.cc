@@ -307,7 +307,7 @@ TEST(Rows, NamesThatTheKernelCutAreWholeAndOthersStay) {
 
 TEST(Rows, SensorsOfOneNameHaveHistoriesOfTheirOwnAndHiddenOnesComeWhenAskedFor) {
   const Reading sensors = std::vector<SensorRow>{
-      {"GPU Diode", "30", "1"}, {"GPU Diode", "95", "0"}, {"Ambient", "80", "1"}};
+      {"GPU Diode", "30", "1"}, {"GPU Diode", "95", "0", true}, {"Ambient", "80", "1"}};
   Choices all;
   all.showsHidden = true;
   EXPECT_EQ(shown(kTempValuesKey, sensors, {}),
@@ -319,6 +319,7 @@ TEST(Rows, SensorsOfOneNameHaveHistoriesOfTheirOwnAndHiddenOnesComeWhenAskedFor)
   EXPECT_EQ(rows[1].level, Level::kHot);
   EXPECT_EQ(rows[2].level, Level::kWarm);
   EXPECT_EQ(rows[0].place, 0U);
+  EXPECT_EQ(rows[1].name, "GPU Diode (may be old)");
   EXPECT_EQ(rows[1].place, 1U);
   all.isFahrenheit = true;
   all.showsHidden = false;

@@ -97,7 +97,6 @@ TEST_F(ExportTest, EveryKindOfReadingHasItsMetricInBaseUnits) {
       {R"(tarvel_fan_maximum_rpm{fan="Fan 0",place="1"})", 6144},
       {R"(tarvel_temperature_celsius{sensor="CPU Proximity",place="1"})", 58},
       {R"(tarvel_temperature_celsius{sensor="GPU Diode",place="1"})", 91},
-      {R"(tarvel_temperature_celsius{sensor="GPU Diode",place="2"})", 91},
       {R"(tarvel_voltage_volts{sensor="CPU Core",place="1"})", 1.25},
       {R"(tarvel_current_amperes{sensor="CPU Core",place="1"})", 3},
       {R"(tarvel_power_watts{sensor="System Total",place="1"})", 36},
@@ -138,7 +137,8 @@ TEST(ReadingFamilies, WhatIsNoNumberOrStandsTwiceIsLeftOutAndSensorsHaveTheirSou
   };
   const viewer::Snapshot snapshot = {
       {"TempValues",
-       std::vector<viewer::SensorRow>{{"HDD", "40", "1"}, {"HDD", "41", "1"}, {"none", "", "1"}},
+       std::vector<viewer::SensorRow>{
+           {"HDD", "40", "1"}, {"HDD", "41", "1"}, {"HDD", "12", "1", true}, {"none", "", "1"}},
        1500ms},
       {"CPUAppUsage",
        std::vector<viewer::ProcessRow>{{1, "new\nline \xff", {{"cpu", "1e2"}}, ""},

@@ -124,7 +124,8 @@ TEST_F(ViewerTest, ReadingsAreShownAsTheyAreStored) {
   EXPECT_EQ(shown["TempValues"], Json::parse(R"([
       {"name": "CPU Proximity", "value": "58", "flag": "1", "number": 58.0, "unit": "°C"},
       {"name": "GPU Diode", "value": "91", "flag": "1", "number": 91.0, "unit": "°C"},
-      {"name": "GPU Diode", "value": "91", "flag": "1", "number": 91.0, "unit": "°C"}])"));
+      {"name": "GPU Diode", "value": "91", "flag": "1", "number": 91.0, "unit": "°C",
+       "mayBeOld": true}])"));
   EXPECT_LT(shown["age"]["TempValues"], 10.0);
   EXPECT_GT(shown["machine"]["memory"]["totalBytes"], 1e6);
   EXPECT_EQ(shown["VoltageValues"][0]["value"], "1.25");

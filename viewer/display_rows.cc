@@ -135,7 +135,7 @@ struct Rows {
   std::vector<DisplayRow> operator()(const std::vector<SensorRow>& sensors) const {
     std::vector<DisplayRow> rows;
     for (const auto& sensor : sensors) {
-      rows.push_back(sensorRow(sensor.name, sensor.value, sensor.flag));
+      rows.push_back(sensorRow(sensor.name, sensor.value, sensor.flag, sensor.mayBeOld));
       DisplayRow& row = rows.back();
       if (key == kTempValuesKey && row.number) {
         row.level = temperatureLevel(*row.number);
@@ -151,7 +151,7 @@ struct Rows {
   std::vector<DisplayRow> operator()(const std::vector<FanRow>& fans) const {
     std::vector<DisplayRow> rows;
     for (const auto& fan : fans) {
-      DisplayRow row = sensorRow(fan.name, fan.current, fan.flag);
+      DisplayRow row = sensorRow(fan.name, fan.current, fan.flag, fan.mayBeOld);
       const double least = numberOf(fan.minimum).value_or(0);
       const double most = numberOf(fan.maximum).value_or(0);
       if (most > least) {
@@ -167,8 +167,8 @@ struct Rows {
     return rows;
   }
 
-  DisplayRow sensorRow(const std::string& name, const std::string& value,
-                       std::string_view flag) const {
+  DisplayRow sensorRow(const std::string& name, const std::string& value, std::string_view flag,
+                       bool mayBeOld) const {
     DisplayRow row;
     const auto alias = choices.aliases.find({std::string(key), name});
     row.name = alias != choices.aliases.end() ? alias->second : name;
@@ -176,6 +176,7 @@ struct Rows {
     row.number = numberOf(value);
     row.value = value + " " + std::string(unitOf(key));
     row.isHidden = flag == "0";
+    if (mayBeOld) row.name += " (may be old)";
     return row;
   }
 

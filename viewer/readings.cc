@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 #include "platform/host/property_lists/keyed_archive.h"
@@ -65,6 +67,12 @@ std::vector<ProcessRow> processRows(const Array& records) {
   return rows;
 }
 
+template <typename Row>
+void markOld(std::vector<Row>& rows) {
+  std::set<std::string_view> names;
+  for (auto& row : rows) row.mayBeOld = !names.insert(row.name).second;
+}
+
 std::vector<SensorRow> sensorRows(const Array& records) {
   std::vector<SensorRow> rows;
   for (const auto& object : records) {
@@ -75,6 +83,7 @@ std::vector<SensorRow> sensorRows(const Array& records) {
     const auto* flag = textAt(*record, 2);
     if (name && value && flag) rows.push_back({*name, *value, *flag});
   }
+  markOld(rows);
   return rows;
 }
 
@@ -90,6 +99,7 @@ std::vector<FanRow> fanRows(const Array& records) {
     if (std::find(texts.begin(), texts.end(), nullptr) != texts.end()) continue;
     rows.push_back({*textAt(*record, 0), *texts[0], *texts[1], *texts[2], *texts[3]});
   }
+  markOld(rows);
   return rows;
 }
 

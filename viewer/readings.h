@@ -22,10 +22,14 @@ struct ProcessRow {
   std::string icon;                                          // file name, or "unknown"
 };
 
+// The helper joins fresh readings to stored ones by name. Of several sensors of one name, two disks
+// say, the first takes the reading of the last; the others may be old: they keep what they had when
+// the number of sensors last changed.
 struct SensorRow {
   std::string name;
   std::string value;
   std::string flag;
+  bool mayBeOld = false;
 };
 
 struct FanRow {
@@ -34,6 +38,7 @@ struct FanRow {
   std::string minimum;
   std::string maximum;
   std::string flag;
+  bool mayBeOld = false;
 };
 
 using Reading = std::variant<std::vector<ProcessRow>, std::vector<SensorRow>, std::vector<FanRow>>;

@@ -48,7 +48,9 @@ void addRows(const std::vector<SensorRow>& rows, std::string_view key, const Sou
              Families& families) {
   Family family = sensorFamily(key);
   SensorLabels labels("sensor", key, sourceOf);
-  for (const auto& row : rows) family.add(labels.next(row.name), numberOf(row.value));
+  for (const auto& row : rows) {
+    if (!row.mayBeOld) family.add(labels.next(row.name), numberOf(row.value));
+  }
   std::move(family).addTo(families);
 }
 
@@ -59,6 +61,7 @@ void addRows(const std::vector<FanRow>& rows, std::string_view key, const Source
   Family maximum("tarvel_fan_maximum_rpm", "Highest speed of the fan.");
   SensorLabels sensorLabels("fan", key, sourceOf);
   for (const auto& row : rows) {
+    if (row.mayBeOld) continue;
     const auto labels = sensorLabels.next(row.name);
     current.add(labels, numberOf(row.current));
     minimum.add(labels, numberOf(row.minimum));

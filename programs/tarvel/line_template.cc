@@ -83,7 +83,7 @@ Text sensorText(const StoredReading& reading, std::string_view name) {
   double most = 0;
   const auto consider = [&](const auto& row, const std::string& value) {
     const auto number = numberOf(value);
-    if (!number || (largest ? row.flag == "0" : row.name != name)) return;
+    if (!number || row.mayBeOld || (largest ? row.flag == "0" : row.name != name)) return;
     if (text && (!largest || *number <= most)) return;
     most = *number;
     text = value + " " + std::string(unitOf(reading.key));

@@ -92,6 +92,7 @@ Json jsonOfRows(const std::vector<SensorRow>& rows, std::string_view key, const 
   for (const auto& row : rows) {
     Json object = {{"name", row.name}, {"value", row.value}, {"flag", row.flag}};
     addNumber(object, row.value, unitOf(key));
+    if (row.mayBeOld) object["mayBeOld"] = true;
     list.push_back(std::move(object));
   }
   return list;
@@ -106,6 +107,7 @@ Json jsonOfRows(const std::vector<FanRow>& rows, std::string_view key, const std
                    {"maximum", row.maximum},
                    {"flag", row.flag}};
     addNumber(object, row.current, unitOf(key));
+    if (row.mayBeOld) object["mayBeOld"] = true;
     list.push_back(std::move(object));
   }
   return list;
@@ -155,11 +157,13 @@ std::string tableOf(const std::vector<ProcessRow>& rows, std::string_view) {
   return table;
 }
 
+const char* oldMark(bool mayBeOld) { return mayBeOld ? "  (may be old)" : ""; }
+
 std::string tableOf(const std::vector<SensorRow>& rows, std::string_view key) {
   std::string table;
   for (const auto& row : rows) {
     table += "  " + left(row.name, kNameWidth) + right(row.value, kValueWidth) + " ";
-    table += std::string(unitOf(key)) + "\n";
+    table += std::string(unitOf(key)) + oldMark(row.mayBeOld) + "\n";
   }
   return table;
 }
@@ -169,7 +173,7 @@ std::string tableOf(const std::vector<FanRow>& rows, std::string_view key) {
   for (const auto& row : rows) {
     table += "  " + left(row.name, kNameWidth) + right(row.current, kValueWidth) + " ";
     table += std::string(unitOf(key)) + "  (" + printableText(row.minimum) + " to " +
-             printableText(row.maximum) + ")\n";
+             printableText(row.maximum) + ")" + oldMark(row.mayBeOld) + "\n";
   }
   return table;
 }

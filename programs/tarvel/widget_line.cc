@@ -35,13 +35,13 @@ Part partOf(const ProcessRow& row, std::string_view) {
 }
 
 Part partOf(const SensorRow& row, std::string_view key) {
-  const double number = row.flag == "0" ? -1 : numberOf(row.value).value_or(-1);
+  const double number = row.flag == "0" || row.mayBeOld ? -1 : numberOf(row.value).value_or(-1);
   const auto level = key == kTempValuesKey ? temperatureLevel(number) : Level::kNormal;
   return {row.value + " " + std::string(unitOf(key)), row.name, number, level};
 }
 
 Part partOf(const FanRow& row, std::string_view key) {
-  const double number = row.flag == "0" ? -1 : numberOf(row.current).value_or(-1);
+  const double number = row.flag == "0" || row.mayBeOld ? -1 : numberOf(row.current).value_or(-1);
   return {row.current + " " + std::string(unitOf(key)), row.name, number};
 }
 
