@@ -29,9 +29,11 @@ class ReplayedRecordingTest : public ReplayTest {
   // What the helper has published, in the form of the fixtures.
   Lines published() {
     Lines lines;
-    for (const auto& [key, kind] :
-         {std::pair(kTempValuesKey, "temperature"), {kFanSpeedValuesKey, "fan"},
-          {kVoltageValuesKey, "voltage"}, {kCurrentValuesKey, "current"}, {kPowerValuesKey, "power"}}) {
+    for (const auto& [key, kind] : {std::pair(kTempValuesKey, "temperature"),
+                                    {kFanSpeedValuesKey, "fan"},
+                                    {kVoltageValuesKey, "voltage"},
+                                    {kCurrentValuesKey, "current"},
+                                    {kPowerValuesKey, "power"}}) {
       const auto value = stored(key);
       const auto reading = value ? viewer::decodeReading(key, *value) : std::nullopt;
       if (!reading) continue;
@@ -67,10 +69,9 @@ TEST_F(ReplayedRecordingTest, EveryMachineReplaysElsewhereAsItWas) {
     ASSERT_TRUE(std::holds_alternative<recorded::Recording>(rest));
     recorded::RecordedPlatform others(std::get<recorded::Recording>(rest));
     const Platform there = others.platform();
-    const auto machine =
-        tools::recordMachine({*sensors, there.ataSmart, there.runningApplications, there.systemLog,
-                              there.tasks, there.workspace},
-                             tools::PersonalNames({}));
+    const auto machine = tools::recordMachine({*sensors, there.ataSmart, there.runningApplications,
+                                               there.systemLog, there.tasks, there.workspace},
+                                              tools::PersonalNames({}));
     {
       AppDelegate helper(Platform{*sensors, there.ataSmart, there.authorization, there.mainBundle,
                                   there.fileManager, there.archiver, there.runLoop,
@@ -189,8 +190,7 @@ TEST_F(RecordingTest, ASignalKeepsTheCyclesSoFarAndNothingPersonalIsInThem) {
 
 TEST_F(RecordingTest, WithoutACycleThereIsNoFile) {
   const auto path = file("machine.json");
-  const auto ended =
-      run("/usr/bin/timeout", {"-s", "INT", "1", TARVEL_PROGRAM, "record", path});
+  const auto ended = run("/usr/bin/timeout", {"-s", "INT", "1", TARVEL_PROGRAM, "record", path});
   EXPECT_TRUE(ended.errors.starts_with("tarvel: " + path + ": ")) << ended.errors;
   EXPECT_FALSE(std::filesystem::exists(path));
 }
