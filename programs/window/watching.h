@@ -29,8 +29,12 @@ class Watching {
   // The store must outlive the object.
   Watching(DefaultsStore& store, bool startsHelper);
 
-  // Takes in what has changed; true when there is something new to show.
-  bool refresh(Clock::time_point now);
+  // What a refresh has brought.
+  struct News {
+    bool readings = false;
+    bool totals = false;
+  };
+  News refresh(Clock::time_point now);
 
   Model& model() { return model_; }
   const TotalsHistory& totals() const { return totals_; }
@@ -48,6 +52,7 @@ class Watching {
   Model model_;
   TotalsHistory totals_;
   std::size_t samples_ = 0;
+  std::size_t rebuilds_ = 0;
   History hour_;
   Clock::time_point lastOfHour_;
 };
