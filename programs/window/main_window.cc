@@ -194,12 +194,15 @@ void MainWindow::tick(Clock::time_point now) {
     if (seen && isDue_) showNews();
   }
   showInTray(now);
-  if (!setting_.hasTimer || seen) return;
-  const bool isIdle = !watching_ && !tray_.isThere();
-  if (isIdle) {
+  if (setting_.hasTimer) setTimer(seen);
+}
+
+void MainWindow::setTimer(bool isSeen) {
+  const auto wanted = isSeen ? std::chrono::milliseconds(kLook) : kUnseenLook;
+  if (!isSeen && !watching_ && !tray_.isThere()) {
     timer_.stop();
-  } else if (timer_.intervalAsDuration() != kUnseenLook) {
-    timer_.start(kUnseenLook);
+  } else if (timer_.intervalAsDuration() != wanted) {
+    timer_.start(wanted);
   }
 }
 
@@ -283,9 +286,10 @@ void MainWindow::showEvent(QShowEvent* event) {
 // Whether anything of the window is on a screen is told to its handle.
 bool MainWindow::eventFilter(QObject* object, QEvent* event) {
   const bool isHandled = QMainWindow::eventFilter(object, event);
-  if (event->type() == QEvent::Expose && !timer_.isActive() && isSeen()) {
-    QMetaObject::invokeMethod(
-        this, [this] { lookAgain(); }, Qt::QueuedConnection);
+  const bool isAwake = timer_.isActive() && timer_.intervalAsDuration() == kLook;
+  if (event->type() == QEvent::Expose && setting_.hasTimer && !isAwake && isSeen()) {
+    isDue_ = true;
+    timer_.start(0);
   }
   return isHandled;
 }

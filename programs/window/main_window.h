@@ -90,6 +90,7 @@ class MainWindow : public QMainWindow {
   bool isSeen() const;
   bool needsSensors() const;
   void lookAgain();
+  void setTimer(bool isSeen);
   void leavePages();
   void watch(Clock::time_point now, bool isSeen);
   void takeNews(Clock::time_point now);

@@ -12,11 +12,20 @@ Watching::Watching(DefaultsStore& store, bool startsHelper)
 
 Watching::News Watching::refresh(Clock::time_point now) {
   model_.refresh(now);
-  const News news{std::exchange(rebuilds_, model_.rebuilds()) != model_.rebuilds(),
-                  std::exchange(samples_, model_.samples()) != model_.samples()};
+  const auto stale = stalePanels();
+  const bool isOlder = std::exchange(stale_, stale) != stale;
+  const bool isRebuilt = std::exchange(rebuilds_, model_.rebuilds()) != model_.rebuilds();
+  const bool isSampled = std::exchange(samples_, model_.samples()) != model_.samples();
+  const News news{isRebuilt || isOlder, isSampled};
   if (news.totals) addTotals(model_.machine());
   if (now - lastOfHour_ >= kHourStep) addHour(now);
   return news;
+}
+
+std::bitset<kPanelTable.size()> Watching::stalePanels() const {
+  std::bitset<kPanelTable.size()> stale;
+  for (std::size_t i = 0; i < stale.size(); ++i) stale[i] = model_.panels()[i].isStale;
+  return stale;
 }
 
 void Watching::addTotals(const MachineTotals& now) {

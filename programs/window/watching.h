@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -31,7 +31,7 @@ class Watching {
 
   // What a refresh has brought.
   struct News {
-    bool readings = false;
+    bool readings = false;  // also that some are old now
     bool totals = false;
   };
   News refresh(Clock::time_point now);
@@ -47,12 +47,14 @@ class Watching {
  private:
   void addTotals(const MachineTotals& now);
   void addHour(Clock::time_point now);
+  std::bitset<kPanelTable.size()> stalePanels() const;
 
   ViewerSession session_;
   Model model_;
   TotalsHistory totals_;
   std::size_t samples_ = 0;
   std::size_t rebuilds_ = 0;
+  std::bitset<kPanelTable.size()> stale_;
   History hour_;
   Clock::time_point lastOfHour_;
 };
