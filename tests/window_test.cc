@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdint>
 #include <map>
+#include <numeric>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -162,7 +163,7 @@ TEST_F(Window, OldReadingsAreMarked) {
   const auto times = *groupContainer(kSuiteName) + "/Library/Caches/ReadingTimes";
   const std::array<std::int64_t, 8> first = {1, 1, 1, 1, 1, 1, 1, 1};
   writeFile(times, {reinterpret_cast<const char*>(first.data()), sizeof first});
-  tick(window, 5s);
+  for (int i = 0; i < 2; ++i) tick(window, 2s);
   EXPECT_TRUE(isDim());
 }
 
@@ -366,19 +367,89 @@ TEST_F(Window, PanelsAreSwitchedAndRequestsAreAskedAboutFirst) {
   EXPECT_FALSE(store.get(kClearSensorsKey));
 }
 
-// How many pixels are neither of the greys of texts and frames nor of the pale fill below a line.
-int colouredPixels(QWidget& widget) {
+// In each line of the widget's picture, how many pixels are neither of the greys of texts and
+// frames nor of the pale fill below a line.
+std::vector<int> colouredPixels(QWidget& widget) {
   constexpr int kLeast = 50;
   const QImage image = widget.grab().toImage();
-  int count = 0;
+  std::vector<int> lines;
   for (int y = 0; y < image.height(); ++y) {
+    lines.push_back(0);
     for (int x = 0; x < image.width(); ++x) {
       const QColor pixel = image.pixelColor(x, y);
       const auto [least, most] = std::minmax({pixel.red(), pixel.green(), pixel.blue()});
-      count += static_cast<int>(most - least > kLeast);
+      lines.back() += static_cast<int>(most - least > kLeast);
     }
   }
-  return count;
+  return lines;
+}
+
+int longest(const std::vector<int>& lines, std::size_t from, std::size_t to) {
+  return *std::max_element(lines.begin() + static_cast<long>(from),
+                           lines.begin() + static_cast<long>(to));
+}
+
+TEST_F(Window, AGraphsLineIsAsHighAsItsValue) {
+  Graph graph("Graph", [](double) { return QString(); });
+  graph.resize(400, 200);
+  graph.setTime(10, "");
+  std::size_t lower = 200;
+  for (const double value : {0.0, 25.0, 50.0, 100.0}) {
+    graph.show({{{}, std::vector<double>(10, value)}}, {0, 100});
+    const auto lines = colouredPixels(graph);
+    const auto top =
+        static_cast<std::size_t>(std::max_element(lines.begin(), lines.end()) - lines.begin());
+    EXPECT_GT(longest(lines, top, top + 1), 350) << "from one side to the other";
+    EXPECT_LT(top, lower) << value;
+    lower = top - 10;
+  }
+  graph.show({{{}, std::vector<double>(5, 50)}}, {0, 100});
+  EXPECT_LT(longest(colouredPixels(graph), 0, 200), 220) << "half of the time";
+  const auto count = [&] {
+    const auto lines = colouredPixels(graph);
+    return std::accumulate(lines.begin(), lines.end(), 0);
+  };
+  const int before = count();
+  graph.setMark(75);
+  EXPECT_GT(count(), before + 50) << "the mark";
+  graph.setMark(101);
+  EXPECT_EQ(count(), before) << "outside of the scale";
+}
+
+TEST_F(Window, BarsAreAsLongAsTheirShares) {
+  RankedList list("Bars");
+  list.resize(400, 300);
+  std::vector<RankedList::Item> items(3);
+  items[0].share = 1;
+  items[1].share = 0.5;
+  list.show(items, {});
+  std::vector<int> bars;
+  int before = 0;
+  for (const int line : colouredPixels(list)) {
+    if (line > 0 && before == 0) bars.push_back(0);
+    if (line > 0) bars.back() = std::max(bars.back(), line);
+    before = line;
+  }
+  ASSERT_EQ(bars.size(), 2U);
+  EXPECT_NEAR(bars[0], 2 * bars[1], 4);
+  EXPECT_GT(bars[0], 350);
+  list.show({}, "nothing to show");
+  EXPECT_EQ(longest(colouredPixels(list), 0, 300), 0);
+  EXPECT_EQ(list.accessibleDescription(), "nothing to show");
+}
+
+TEST_F(Window, TheLastHourHasAValueEveryEighteenSeconds) {
+  fillStore();
+  Watching watching(store, false);
+  std::string fan;
+  std::vector<std::size_t> sizes;
+  for (const auto after : {0s, 17s, 18s, 30s, 36s}) {
+    watching.refresh(now_ + after);
+    if (fan.empty()) fan = watching.model().panels()[3].rows.at(0).id;
+    sizes.push_back(watching.hourOf(fan)->size());
+  }
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{1, 1, 2, 2, 3}));
+  EXPECT_EQ(watching.hourOf("none"), nullptr);
 }
 
 TEST_F(Window, GraphsAndListsShowWhatThereIs) {
@@ -395,7 +466,8 @@ TEST_F(Window, GraphsAndListsShowWhatThereIs) {
       if (graph == nullptr || !graph->isVisible()) continue;
       if (graph->lines().empty() || graph->lines()[0].values.empty()) continue;
       ++drawn;
-      EXPECT_GT(colouredPixels(*widget), 0)
+      const auto lines = colouredPixels(*widget);
+      EXPECT_GT(longest(lines, 0, lines.size()), 0)
           << page << ": " << widget->accessibleName().toStdString();
     }
     EXPECT_GE(drawn, least) << page;

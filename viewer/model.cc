@@ -95,6 +95,7 @@ Model::Which Model::updateAges() {
 }
 
 void Model::rebuild() {
+  ++rebuilds_;
   const FactsOf factsOf = [this](std::int32_t pid) { return facts_.of(pid); };
   for (std::size_t i = 0; i < views_.size(); ++i) {
     auto& view = views_[i];

@@ -62,7 +62,8 @@ class Model {
   const std::optional<Reading>& reading(std::size_t panel) const { return readings_[panel]; }
 
   const MachineTotals& machine() const { return totals_; }
-  std::size_t samples() const { return samples_; }  // how often the totals were taken
+  std::size_t samples() const { return samples_; }    // how often the totals were taken
+  std::size_t rebuilds() const { return rebuilds_; }  // how often the rows were made
   const Series& processorHistory() const { return processorHistory_; }
   const Series& memoryHistory() const { return memoryHistory_; }
 
@@ -102,6 +103,7 @@ class Model {
   MachineReader machineReader_;
   MachineTotals totals_;
   std::size_t samples_ = 0;
+  std::size_t rebuilds_ = 0;
   Series processorHistory_;
   Series memoryHistory_;
   std::optional<Clock::time_point> lastLook_;

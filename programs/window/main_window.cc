@@ -21,11 +21,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kLook = 500ms;     // between two looks at the store
-constexpr auto kUnseenLook = 3s;  // for the tray and the thresholds alone
-constexpr auto kBetweenPictures = 700ms;
-constexpr auto kLeaveAfter = 5s;      // that nobody sees the window
-constexpr int kMessageTime = 10'000;  // ms
+constexpr auto kLook = 500ms;          // between two looks at the store
+constexpr auto kUnseenLook = 3s;       // for the tray and the thresholds alone
+constexpr auto kLongestWait = 1200ms;  // for the rest of a cycle
+constexpr auto kLeaveAfter = 5s;       // that nobody sees the window
+constexpr int kMessageTime = 10'000;   // ms
 constexpr QSize kUsualSize(1000, 740);
 
 }  // namespace
@@ -115,6 +115,8 @@ bool MainWindow::showPage(const QString& name) {
   return false;
 }
 
+Page* MainWindow::currentPage() const { return static_cast<Page*>(tabs_->currentWidget()); }
+
 QString MainWindow::page() const { return tabs_->currentWidget()->objectName(); }
 
 void MainWindow::startHidden() {
@@ -177,7 +179,6 @@ bool MainWindow::needsSensors() const {
 
 void MainWindow::lookAgain() {
   isDue_ = true;
-  lastShown_ = {};
   if (!setting_.hasTimer) return;
   timer_.start(kLook);
   tick(Clock::now());
@@ -188,17 +189,20 @@ void MainWindow::tick(Clock::time_point now) {
   if (seen) lastSeen_ = now;
   watch(now, seen);
   if (watching_) {
-    isDue_ = watching_->refresh(now) || isDue_;
+    takeNews(now);
     checkAlarms(now);
-    if (seen) showNews(now);
+    if (seen && isDue_) showNews();
   }
   showInTray(now);
-  if (!setting_.hasTimer || seen) return;
-  const bool isIdle = !watching_ && !tray_.isThere();
-  if (isIdle) {
+  if (setting_.hasTimer) setTimer(seen);
+}
+
+void MainWindow::setTimer(bool isSeen) {
+  const auto wanted = isSeen ? std::chrono::milliseconds(kLook) : kUnseenLook;
+  if (!isSeen && !watching_ && !tray_.isThere()) {
     timer_.stop();
-  } else if (timer_.intervalAsDuration() != kUnseenLook) {
-    timer_.start(kUnseenLook);
+  } else if (timer_.intervalAsDuration() != wanted) {
+    timer_.start(wanted);
   }
 }
 
@@ -218,15 +222,21 @@ void MainWindow::watch(Clock::time_point now, bool isSeen) {
   watching_.emplace(store_, setting_.startsHelper);
   watching_->model().choices = settings_.shared();
   isDue_ = true;
-  lastShown_ = {};
 }
 
-// The lists of a cycle come one after the other: a picture of them all is cheaper than one each.
-void MainWindow::showNews(Clock::time_point now) {
-  if (!isDue_ || now - lastShown_ < kBetweenPictures) return;
+// The lists of a cycle come one after the other, within some hundred milliseconds: they are shown
+// together, when a look has found nothing more.
+void MainWindow::takeNews(Clock::time_point now) {
+  const auto news = watching_->refresh(now);
+  const bool isNew = news.readings || (news.totals && currentPage()->showsTotals());
+  if (isNew && !newsSince_) newsSince_ = now;
+  if (newsSince_ && (!isNew || now - *newsSince_ >= kLongestWait)) isDue_ = true;
+}
+
+void MainWindow::showNews() {
   isDue_ = false;
-  lastShown_ = now;
-  static_cast<Page*>(tabs_->currentWidget())->refresh(*watching_);
+  newsSince_.reset();
+  currentPage()->refresh(*watching_);
 }
 
 void MainWindow::checkAlarms(Clock::time_point now) {
@@ -276,9 +286,10 @@ void MainWindow::showEvent(QShowEvent* event) {
 // Whether anything of the window is on a screen is told to its handle.
 bool MainWindow::eventFilter(QObject* object, QEvent* event) {
   const bool isHandled = QMainWindow::eventFilter(object, event);
-  if (event->type() == QEvent::Expose && !timer_.isActive() && isSeen()) {
-    QMetaObject::invokeMethod(
-        this, [this] { lookAgain(); }, Qt::QueuedConnection);
+  const bool isAwake = timer_.isActive() && timer_.intervalAsDuration() == kLook;
+  if (event->type() == QEvent::Expose && setting_.hasTimer && !isAwake && isSeen()) {
+    isDue_ = true;
+    timer_.start(0);
   }
   return isHandled;
 }

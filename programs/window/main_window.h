@@ -90,9 +90,12 @@ class MainWindow : public QMainWindow {
   bool isSeen() const;
   bool needsSensors() const;
   void lookAgain();
+  void setTimer(bool isSeen);
   void leavePages();
   void watch(Clock::time_point now, bool isSeen);
-  void showNews(Clock::time_point now);
+  void takeNews(Clock::time_point now);
+  void showNews();
+  Page* currentPage() const;
   void checkAlarms(Clock::time_point now);
   void showInTray(Clock::time_point now);
 
@@ -107,7 +110,7 @@ class MainWindow : public QMainWindow {
   std::optional<MachineReader> unwatched_;  // the totals for the tray while nothing is watched
   Clock::time_point lastUnwatched_;
   Clock::time_point lastSeen_;
-  Clock::time_point lastShown_;
+  std::optional<Clock::time_point> newsSince_;  // and not shown yet
   bool isDue_ = false;
   QTimer timer_;
   QTabWidget* tabs_;

@@ -19,6 +19,7 @@ class OverviewPage : public Page {
   explicit OverviewPage(ApplicationIcons& icons);
 
   void refresh(Watching& watching) override;
+  bool showsTotals() const override { return true; }
 
  private:
   void lay();

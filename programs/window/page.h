@@ -13,6 +13,9 @@ class Page : public QWidget {
   // `watching` stays there until the next refresh or leave().
   virtual void refresh(Watching& watching) = 0;
 
+  // Whether it shows the machine's totals, and so is due with each sample of them.
+  virtual bool showsTotals() const { return false; }
+
   // Nothing is watched any more.
   virtual void leave() {}
 };

@@ -15,6 +15,7 @@
 #include "programs/window/colours.h"
 #include "programs/window/graph.h"
 #include "programs/window/watching.h"
+#include "text/printable_text.h"
 #include "viewer/machine/amounts.h"
 
 namespace tarvel::viewer {
@@ -25,7 +26,9 @@ constexpr int kGraphHeight = 150;
 constexpr std::size_t kProcessorPanel = 0;  // in the panel table
 constexpr std::size_t kListCount = 3;
 
-QString trimmed(const std::string& text) { return QString::fromStdString(text).trimmed(); }
+QString trimmed(const std::string& text) {
+  return QString::fromStdString(printableText(text)).trimmed();
+}
 
 // Widths in characters; those of figures have room for their heads.
 int widthOf(ProcessColumn column) {

@@ -39,7 +39,7 @@ QIcon badge(const QString& text) {
 
 }  // namespace
 
-Tray::Tray(Hooks hooks) {
+Tray::Tray(const Hooks& hooks) {
   menu_.addAction("&Show or hide the window", &menu_, [hooks] { hooks.toggleWindow(); });
   menu_.addAction("&Quit", &menu_, [hooks] { hooks.quit(); });
   icon_.setContextMenu(&menu_);

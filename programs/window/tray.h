@@ -17,7 +17,7 @@ class Tray {
     std::function<void()> quit;
   };
 
-  explicit Tray(Hooks hooks);
+  explicit Tray(const Hooks& hooks);
 
   // Whether the desktop has a tray, and the icon stands there.
   bool isThere() const;

@@ -1,5 +1,7 @@
 #include "programs/window/watching.h"
 
+#include <utility>
+
 #include "platform/host/store/defaults_store.h"
 #include "product/identifiers.h"
 
@@ -8,14 +10,22 @@ namespace tarvel::viewer {
 Watching::Watching(DefaultsStore& store, bool startsHelper)
     : session_(kViewerIdentifier, store, startsHelper), model_(store, session_) {}
 
-bool Watching::refresh(Clock::time_point now) {
-  const bool isNew = model_.refresh(now);
-  if (model_.samples() != samples_) {
-    samples_ = model_.samples();
-    addTotals(model_.machine());
-  }
+Watching::News Watching::refresh(Clock::time_point now) {
+  model_.refresh(now);
+  const auto stale = stalePanels();
+  const bool isOlder = std::exchange(stale_, stale) != stale;
+  const bool isRebuilt = std::exchange(rebuilds_, model_.rebuilds()) != model_.rebuilds();
+  const bool isSampled = std::exchange(samples_, model_.samples()) != model_.samples();
+  const News news{isRebuilt || isOlder, isSampled};
+  if (news.totals) addTotals(model_.machine());
   if (now - lastOfHour_ >= kHourStep) addHour(now);
-  return isNew;
+  return news;
+}
+
+std::bitset<kPanelTable.size()> Watching::stalePanels() const {
+  std::bitset<kPanelTable.size()> stale;
+  for (std::size_t i = 0; i < stale.size(); ++i) stale[i] = model_.panels()[i].isStale;
+  return stale;
 }
 
 void Watching::addTotals(const MachineTotals& now) {

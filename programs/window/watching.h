@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -29,8 +29,12 @@ class Watching {
   // The store must outlive the object.
   Watching(DefaultsStore& store, bool startsHelper);
 
-  // Takes in what has changed; true when there is something new to show.
-  bool refresh(Clock::time_point now);
+  // What a refresh has brought.
+  struct News {
+    bool readings = false;  // also that some are old now
+    bool totals = false;
+  };
+  News refresh(Clock::time_point now);
 
   Model& model() { return model_; }
   const TotalsHistory& totals() const { return totals_; }
@@ -43,11 +47,14 @@ class Watching {
  private:
   void addTotals(const MachineTotals& now);
   void addHour(Clock::time_point now);
+  std::bitset<kPanelTable.size()> stalePanels() const;
 
   ViewerSession session_;
   Model model_;
   TotalsHistory totals_;
   std::size_t samples_ = 0;
+  std::size_t rebuilds_ = 0;
+  std::bitset<kPanelTable.size()> stale_;
   History hour_;
   Clock::time_point lastOfHour_;
 };
