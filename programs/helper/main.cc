@@ -70,7 +70,10 @@ int main() {
   AppDelegate delegate({*appleSMC, *ataSmart, *authorization, *bundle, *fileManager, *archiver,
                         *runLoop, *applications, *systemLog, *tasks, *updaters, *userDefaults,
                         *workspace});
-  runLoop->afterTimers([&] { processes.rest(); });
+  // What a cycle needs for a moment goes back to the kernel once nobody looks any more.
+  runLoop->afterTimers([&] {
+    if (processes.rest()) ::malloc_trim(0);
+  });
   runLoop->run(delegate);
   registration.reset();
   std::fflush(nullptr);

@@ -58,12 +58,13 @@ class ProcessTable::Reading {
     return energyLines(ranked);
   }
 
-  void rest() {
+  bool rest() {
     const std::unique_lock lock(mutex_, std::try_to_lock);
-    if (!lock || !hasSwept_ || clock_.now() - sweptAt_ <= kServesAsFirst) return;
+    if (!lock || !hasSwept_ || clock_.now() - sweptAt_ <= kServesAsFirst) return false;
     sweep_.closeKept();
     memory_.closeKept();
     energy_.closeKept();
+    return !std::exchange(isResting_, true);
   }
 
   std::optional<ProgramRun> program(std::int32_t pid) {
@@ -97,6 +98,7 @@ class ProcessTable::Reading {
     elapsed_ = compare ? now - sweptAt_ : 0ns;
     sweptAt_ = now;
     hasSwept_ = true;
+    isResting_ = false;
     sweep_.run(elapsed_);
   }
 
@@ -173,6 +175,7 @@ class ProcessTable::Reading {
   bool isLooking_ = false;
   ProcessSweep sweep_;
   bool hasSwept_ = false;
+  bool isResting_ = false;
   MonotonicTime sweptAt_{0};
   std::chrono::nanoseconds elapsed_{0};  // between the latest two looks
   MemoryRanking memory_;
@@ -196,7 +199,7 @@ std::string ProcessTable::lines(ProcessListKind kind, std::size_t rows) {
   return reading_->lines(kind, rows);
 }
 
-void ProcessTable::rest() { reading_->rest(); }
+bool ProcessTable::rest() { return reading_->rest(); }
 
 std::optional<ProgramRun> ProcessTable::program(std::int32_t pid) const {
   return reading_->program(pid);
