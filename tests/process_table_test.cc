@@ -222,10 +222,11 @@ TEST_F(ProcessTableTest, KeepsNoFileOpenWhenNobodyAsks) {
   for (int second = 1; second <= 4; ++second) run(second * 100ms);
   EXPECT_EQ(open(), 3) << "stat, statm and io";
   now += 10s;
-  processes.rest();
+  EXPECT_FALSE(processes.rest());
   EXPECT_EQ(open(), 3) << "the look serves as the first of two";
   now += 1ns;
-  processes.rest();
+  EXPECT_TRUE(processes.rest());
+  EXPECT_FALSE(processes.rest()) << "told once";
   EXPECT_EQ(open(), 0);
   run(1000ms);
   EXPECT_EQ(run(1200ms), cpuLine(1, "a  ", "20.0"));

@@ -59,8 +59,8 @@ class ProcessTable {
   std::string lines(ProcessListKind kind, std::size_t rows);
 
   // Closes the files that are kept open when the latest look is too old to compare with: nobody
-  // asks any more, and the processes end meanwhile. True when that happened, once between two looks.
-  // Does not wait for a look that is under way.
+  // asks any more, and the processes end meanwhile. True when that happened, once between two
+  // looks. Does not wait for a look that is under way.
   bool rest();
 
   // What the process ran, as of the latest look; none when it was not there, nor for the kernel's
