@@ -4,6 +4,7 @@
 #include <fstream>
 #include <functional>
 #include <new>
+#include <string>
 #include <thread>
 #include <variant>
 
@@ -73,6 +74,22 @@ TEST(LinuxRunLoop, LetsTwoRunsOfAnOperationBeOutstanding) {
     });
     loop.run(application);
     EXPECT_EQ(hanging, 4);
+  });
+}
+
+TEST(LinuxRunLoop, RunsWhatIsDueBeforeTheCycle) {
+  asMainThread([](LinuxRunLoop& loop) {
+    std::string order;
+    Application application([&] {
+      loop.scheduledTimer(2ms, [&] {
+        order += "cycle";
+        loop.terminate();
+      });
+      loop.dispatchAfter(4ms, [&] { order += "due "; });
+      std::this_thread::sleep_for(10ms);  // both are due when the loop looks
+    });
+    loop.run(application);
+    EXPECT_EQ(order, "due cycle");
   });
 }
 
