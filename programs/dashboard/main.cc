@@ -30,8 +30,17 @@ using namespace tarvel;
 using namespace tarvel::viewer;
 using namespace std::chrono_literals;
 
-constexpr auto kBetweenPictures = 700ms;
-constexpr auto kLook = 400ms;  // between two looks at the store
+// How long it takes at least from one look at the store, and from one picture, to the next.
+struct Pace {
+  std::chrono::milliseconds looks;
+  std::chrono::milliseconds pictures;
+};
+
+// The lists of a cycle come one after the other: a picture of them all is cheaper than one each.
+constexpr Pace kUsual = {400ms, 700ms};
+
+// The helper's first lists come within the first second, and somebody waits for them.
+constexpr Pace kFirstSecond = {50ms, 50ms};
 
 // The picture must not be written over; who wants the log of a command runs `tarvel doctor`.
 class NoLog : public SystemLog {
@@ -48,9 +57,9 @@ FileDescriptor signalsOf(std::initializer_list<int> signals) {
 }
 
 // Curses learns of the new size from its own handler of SIGWINCH, which also ends the wait.
-bool waitForInput(const FileDescriptor& signals) {
+bool waitForInput(const FileDescriptor& signals, std::chrono::milliseconds longest) {
   std::array<pollfd, 2> sources = {{{STDIN_FILENO, POLLIN, 0}, {signals.get(), POLLIN, 0}}};
-  ::poll(sources.data(), sources.size(), static_cast<int>(kLook.count()));
+  ::poll(sources.data(), sources.size(), static_cast<int>(longest.count()));
   const bool hungUp = (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
   return sources[1].revents == 0 && !hungUp;
 }
@@ -68,17 +77,18 @@ bool takeKeys(Screen& screen, Controller& controller, bool& pressed) {
 void run(Screen& screen, Model& model, Controller& controller, const FileDescriptor& signals) {
   bool pressed = true;
   bool isDue = false;
+  const auto begin = Model::Clock::now();
   Model::Clock::time_point painted;
+  Pace pace = kFirstSecond;
   do {
     const auto now = Model::Clock::now();
+    pace = now - begin < 1s ? kFirstSecond : kUsual;
     isDue = model.refresh(now) || isDue;
-    // The lists of a cycle come one after the other: a picture of them all is cheaper than one
-    // each.
-    if (!pressed && (!isDue || now - painted < kBetweenPictures)) continue;
+    if (!pressed && (!isDue || now - painted < pace.pictures)) continue;
     controller.painted(paint(screen, model, controller.cursor()));
     painted = now;
     isDue = false;
-  } while (waitForInput(signals) && takeKeys(screen, controller, pressed));
+  } while (waitForInput(signals, pace.looks) && takeKeys(screen, controller, pressed));
 }
 
 void show(Screen& screen, const FileDescriptor& signals, bool startsHelper) {
