@@ -511,6 +511,14 @@ TEST_F(Window, TheCommandSaysWhatIsMissing) {
   const auto wrong = tarvel({"window", "--page", "nothing"});
   EXPECT_EQ(wrong.status, 2);
   EXPECT_EQ(std::count(wrong.errors.begin(), wrong.errors.end(), '\n'), 1) << wrong.errors;
+  ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+  ::setenv("DISPLAY", "none", 1);
+  const auto dark = run(TARVEL_WINDOW, {});
+  ::unsetenv("DISPLAY");
+  ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  EXPECT_EQ(dark.status, 1);
+  EXPECT_EQ(dark.errors,
+            "tarvel: window: no screen: DISPLAY and WAYLAND_DISPLAY name none that answers\n");
 }
 
 }  // namespace

@@ -118,11 +118,21 @@ int run(QApplication& application, const Options& options, const FileDescriptor&
   return QApplication::exec();
 }
 
+// Qt can do nothing without a screen but end the program.
+void sayThatNoScreenIsThere(QtMsgType type, const QMessageLogContext&, const QString&) {
+  if (type != QtFatalMsg) return;
+  std::fputs("tarvel: window: no screen: DISPLAY and WAYLAND_DISPLAY name none that answers\n",
+             stderr);
+  std::_Exit(1);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const FileDescriptor signals = endingSignals();
+  const auto usual = qInstallMessageHandler(sayThatNoScreenIsThere);
   QApplication application(argc, argv);
+  qInstallMessageHandler(usual);
   QApplication::setApplicationName("Tarvel");
   QApplication::setApplicationVersion(
       QString::fromUtf8(kVersion.data(), static_cast<qsizetype>(kVersion.size())));
