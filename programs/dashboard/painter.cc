@@ -126,7 +126,7 @@ void paintPanel(Screen& screen, Model& model, const PlacedPanel& placed, const C
   }
 }
 
-// Panels without rows, by why they have none, and those there was no room for: a line each, or two
+// Panels without rows, by why they have none, and those that did not fit: a line each, or two
 // where the reason does not fit behind the titles.
 std::vector<std::string> foldedLines(const Model& model, const std::vector<std::size_t>& leftOut,
                                      int width) {

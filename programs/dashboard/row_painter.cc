@@ -22,8 +22,8 @@ constexpr int kStartWidth = 6;
 constexpr int kRateWidth = 7;
 constexpr int kRangeWidth = 16;  // "least to largest" beside a sensor
 
-// How the width of a list is shared out: the columns that there is room for, the widest screens
-// showing all of them.
+// How the width of a list is shared out: the columns that fit, the widest screens showing all of
+// them.
 struct ListColumns {
   bool user = false;
   bool state = false;
@@ -79,8 +79,8 @@ std::string_view valueHead(std::string_view key) {
   return key == kMEMAppUsageKey ? "MEMORY" : "IMPACT";
 }
 
-// What /proc tells of the row's process, in the columns that there is room for. Returns where the
-// next column begins.
+// What /proc tells of the row's process, in the columns that fit. Returns where the next column
+// begins.
 int paintFacts(Screen& screen, Model& model, const DisplayRow& row, Box line,
                const ListColumns& columns) {
   const ProcessFacts* facts = columns.user ? model.facts(row.pid) : nullptr;

@@ -20,7 +20,7 @@ std::vector<Picture::Head> paintHeads(Screen& screen, const PanelView& panel, Bo
 void paintListRow(Screen& screen, Model& model, const DisplayRow& row, Box line, bool showsColumns,
                   Ink ink);
 
-// The source stands dim behind the name, where there is room.
+// The source stands dim behind the name, where it fits.
 void paintSensorRow(Screen& screen, const Model& model, const DisplayRow& row,
                     const std::string& source, Box line, Ink ink);
 

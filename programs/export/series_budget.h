@@ -22,8 +22,8 @@ class SeriesBudget {
   static constexpr std::size_t kMost = 40;
   static constexpr std::chrono::hours kKept{1};
 
-  // Whether this name has a series. One that has none yet gets it for a value above 0, while there
-  // is room.
+  // Whether this name has a series. One that has none yet gets it for a value above 0, while
+  // fewer than kMost have one.
   bool has(const std::string& name, double value, Clock::time_point now);
 
  private:
