@@ -77,6 +77,25 @@ TEST(LinuxRunLoop, LetsTwoRunsOfAnOperationBeOutstanding) {
   });
 }
 
+TEST(LinuxRunLoop, LetsNoOperationWaitForAnother) {
+  asMainThread([](LinuxRunLoop& loop) {
+    Application application([&] {
+      for (int round = 1; round <= 20; ++round) {
+        std::atomic<int> begun = 0;
+        std::atomic<int> met = 0;
+        const auto meet = [&] {
+          ++begun;
+          if (within(5s, [&] { return begun == 3; })) ++met;
+        };
+        for (const auto* const name : {"a", "b", "c"}) loop.performSelectorInBackground(name, meet);
+        EXPECT_TRUE(within(6s, [&] { return met == 3; })) << round;
+      }
+      loop.terminate();
+    });
+    loop.run(application);
+  });
+}
+
 TEST(LinuxRunLoop, RunsWhatIsDueBeforeTheCycle) {
   asMainThread([](LinuxRunLoop& loop) {
     std::string order;

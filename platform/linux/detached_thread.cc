@@ -20,20 +20,23 @@ struct Start {
 
 void* runStart(void* argument) {
   const std::unique_ptr<Start> start(static_cast<Start*>(argument));
-  pthread_setname_np(pthread_self(), start->name.c_str());
+  nameThread(start->name);
   start->action();
   return nullptr;
 }
 
 }  // namespace
 
+void nameThread(std::string_view name) {
+  pthread_setname_np(pthread_self(), std::string(name.substr(0, kNameLimit)).c_str());
+}
+
 bool startDetachedThread(std::string_view name, std::function<void()> action) {
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return false;
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_attr_setstacksize(&attributes, kStackBytes);
-  auto start =
-      std::make_unique<Start>(Start{std::string(name.substr(0, kNameLimit)), std::move(action)});
+  auto start = std::make_unique<Start>(Start{std::string(name), std::move(action)});
   pthread_t thread{};
   const bool started = pthread_create(&thread, &attributes, runStart, start.get()) == 0;
   if (started) static_cast<void>(start.release());

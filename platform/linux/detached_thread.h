@@ -10,4 +10,7 @@ namespace tarvel {
 // debuggers.
 bool startDetachedThread(std::string_view name, std::function<void()> action);
 
+// Gives the calling thread that name.
+void nameThread(std::string_view name);
+
 }  // namespace tarvel

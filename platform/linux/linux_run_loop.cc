@@ -23,7 +23,7 @@
 #include <unistd.h>
 
 #include "platform/host/files/file_descriptor.h"
-#include "platform/linux/detached_thread.h"
+#include "platform/linux/worker_threads.h"
 
 namespace tarvel {
 namespace {
@@ -125,7 +125,7 @@ class PollRunLoop : public LinuxRunLoop {
     const std::string name(operation);
     if (!outstanding_->begin(name)) return;
     const bool started =
-        startDetachedThread(operation, [runs = outstanding_, name, work = std::move(action)] {
+        workers_.run(operation, [runs = outstanding_, name, work = std::move(action)] {
           runOrDrop(work);
           runs->end(name);
         });
@@ -245,6 +245,7 @@ class PollRunLoop : public LinuxRunLoop {
   Clock::time_point askedAt_{};
   FileDescriptor signalDescriptor_;
   FileDescriptor wakeDescriptor_;
+  WorkerThreads workers_;
   const std::shared_ptr<OutstandingRuns> outstanding_ = std::make_shared<OutstandingRuns>();
   std::vector<std::unique_ptr<RepeatingTimer>> timers_;
   std::function<void()> afterTimers_;
