@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kLookInterval = 3s;
+constexpr auto kLookInterval = 10s;
 constexpr auto kPatience = 1s;
 
 }  // namespace

@@ -24,7 +24,7 @@ class CurrentIndex {
     unsigned number = 0;                        // another one for another index
   };
 
-  // Looks at the folders when the last look is three seconds ago. Any thread.
+  // Looks at the folders when the last look is ten seconds ago. Any thread.
   Snapshot snapshot();
 
  private:
