@@ -273,12 +273,57 @@ TEST_F(ProcessTableTest, RanksMemoryByExactFigures) {
             line("2", kilo(120), "0K") + line("1", kilo(100), "0K") + line("3", kilo(99), "0K"));
   writeFile(home.path() / "swaps", "Filename Type Size Used Priority\n/dev/a partition 9 1 0\n");
   file(3, "statm", "500 130 0 0 0 0 0");
+  clocks[3] += 1ms;
+  now += 3s;
   EXPECT_EQ(processes.lines(ProcessListKind::memory, 3),
             line("3", kilo(130), "11K") + line("2", kilo(120), "0K") + line("1", kilo(100), "0K"));
   file(2, "statm", "500 20 0 0 0 0 0");
+  for (int sweep = 0; sweep < 4; ++sweep) {
+    now += 3s;
+    processes.lines(ProcessListKind::memory, 2);
+  }
   EXPECT_EQ(processes.lines(ProcessListKind::memory, 2),
             line("3", kilo(130), "11K") + line("1", kilo(100), "0K"))
       << "it was paged out, though it has not run";
+}
+
+TEST_F(ProcessTableTest, FindsWhatCameByTheIdsThatWereGiven) {
+  std::filesystem::create_symlink(std::to_string(::getpid()), home.path() / "self");
+  const auto given = [&](int last) {
+    writeFile(home.path() / "loadavg", "0.09 0.12 0.05 1/88 " + std::to_string(last) + "\n");
+  };
+  for (const int pid : {5, 6, 7, 8, 9}) put(pid, {"old"});
+  given(9);
+  auto processes = table();
+  const auto shown = [&](int pid) {
+    now += 3s;
+    processes.lines(ProcessListKind::cpu, 1);
+    const auto run = processes.program(pid);
+    return run ? run->name : "";
+  };
+  shown(9);
+  put(10, {"new"});
+  put(11, {"thread"});
+  clocks.erase(11);
+  put(3, {"unannounced"});
+  given(11);
+  EXPECT_EQ(shown(10), "new");
+  EXPECT_FALSE(processes.program(11)) << "threads have no clock of a process";
+  EXPECT_FALSE(processes.program(3));
+  put(11, {"late"});
+  remove(8);
+  clocks.erase(8);
+  EXPECT_EQ(shown(11), "late") << "its id was given before it could be found";
+  EXPECT_FALSE(processes.program(8));
+  put(4, {"wrapped"});
+  given(4);
+  EXPECT_EQ(shown(4), "wrapped") << "ids began anew";
+  put(2000, {"many"});
+  given(2000);
+  EXPECT_EQ(shown(2000), "many") << "more than are known";
+  put(1, {"restored"});
+  for (int sweep = 0; sweep < 8 && !processes.program(1); ++sweep) shown(1);
+  EXPECT_TRUE(processes.program(1)) << "listed every eighth time";
 }
 
 TEST_F(ProcessTableTest, WeighsTrafficIntoTheEnergyImpact) {

@@ -11,6 +11,12 @@
 
 namespace tarvel {
 
+bool showsOwnProcesses(const std::string& root) {
+  std::array<char, 16> text{};
+  const auto length = ::readlink((root + "/self").c_str(), text.data(), text.size());
+  return length > 0 && parsePid({text.data(), static_cast<std::size_t>(length)}) == ::getpid();
+}
+
 ProcessFiles::ProcessFiles(const std::string& root)
     : root_(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
 

@@ -13,6 +13,10 @@
 
 namespace tarvel {
 
+// Whether the folder shows the processes of our own namespace of ids, as system calls know them. A
+// container may be shown the machine's /proc.
+bool showsOwnProcesses(const std::string& root);
+
 class ProcessFiles {
  public:
   explicit ProcessFiles(const std::string& root);

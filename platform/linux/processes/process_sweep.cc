@@ -30,6 +30,7 @@ std::size_t descriptorsToKeep() {
 }  // namespace
 
 ProcessorTime processorClocks() {
+  if (!showsOwnProcesses("/proc")) return [](std::int32_t) { return std::nullopt; };
   return [](std::int32_t pid) -> std::optional<std::chrono::nanoseconds> {
     // As clock_getcpuclockid(3) makes it, without its check, which would be a second system call.
     constexpr clockid_t kWholeProcess = 2;
@@ -43,6 +44,7 @@ ProcessorTime processorClocks() {
 
 ProcessSweep::ProcessSweep(const std::string& root, ProcessorTime processorTime)
     : files_(root),
+      recentIds_(root),
       processorTime_(std::move(processorTime)),
       mostKept_(descriptorsToKeep()),
       tick_(std::chrono::nanoseconds(std::chrono::seconds(1)) / ::sysconf(_SC_CLK_TCK)),
@@ -50,7 +52,7 @@ ProcessSweep::ProcessSweep(const std::string& root, ProcessorTime processorTime)
 
 void ProcessSweep::run(std::chrono::nanoseconds elapsed) {
   elapsed_ = elapsed;
-  matchList();
+  findProcesses();
   std::size_t slice = sweeps_++;
   for (Process& process : processes_) {
     const bool refresh = slice++ % kSlices == 0;
@@ -65,10 +67,26 @@ const Process* ProcessSweep::find(std::int32_t pid) const {
   return place != processes_.end() && place->pid == pid ? &*place : nullptr;
 }
 
-// Makes the processes those that are listed now.
-void ProcessSweep::matchList() {
-  files_.list(pids_);
+// Makes the processes those that there are now; some that have gone are left to their clocks.
+void ProcessSweep::findProcesses() {
   std::vector<std::int32_t> arrived;
+  const auto recent = recentIds_.look(files_, processes_.size());
+  if (recent) {
+    for (std::int32_t id = recent->after + 1; id <= recent->last; ++id) {
+      if (find(id) == nullptr && processorTime_(id)) arrived.push_back(id);
+    }
+  } else {
+    matchList(arrived);
+  }
+  for (const std::int32_t pid : arrived) processes_.emplace_back().pid = pid;
+  if (!std::ranges::is_sorted(processes_, {}, &Process::pid)) {
+    std::ranges::sort(processes_, {}, &Process::pid);
+  }
+}
+
+// Drops what is not listed now and names what else is.
+void ProcessSweep::matchList(std::vector<std::int32_t>& arrived) {
+  files_.list(pids_);
   auto listed = pids_.begin();
   for (Process& process : processes_) {
     while (listed != pids_.end() && *listed < process.pid) arrived.push_back(*listed++);
@@ -81,10 +99,6 @@ void ProcessSweep::matchList() {
   }
   arrived.insert(arrived.end(), listed, pids_.end());
   std::erase_if(processes_, [](const Process& process) { return !process.known; });
-  for (const std::int32_t pid : arrived) processes_.emplace_back().pid = pid;
-  if (!std::ranges::is_sorted(processes_, {}, &Process::pid)) {
-    std::ranges::sort(processes_, {}, &Process::pid);
-  }
 }
 
 // Reads what has changed; whether the process is still there.

@@ -10,6 +10,7 @@
 
 #include "platform/host/files/file_descriptor.h"
 #include "platform/linux/processes/process_files.h"
+#include "platform/linux/processes/recent_ids.h"
 
 // One look at every process, and what each has done since the look before.
 //
@@ -17,7 +18,8 @@
 // ended ones included (clock_getcpuclockid(3)). Reading it is one system call, needs no permission
 // and no open file, and costs a tenth of reading stat. A process whose clock stands still cannot
 // have changed what is shown of it, but for resident memory, which can shrink without it (reclaim):
-// so stat is read only of processes that ran, and in every sweep of a slice of the others.
+// so stat is read only of processes that ran, and in every sweep of a slice of the others. All are
+// listed in every eighth sweep, in the others only what came is looked for (recent_ids.h).
 //
 // Processes that run again and again have their stat kept open, 1,700 at most and as many as
 // RLIMIT_NOFILE leaves; each costs 4 KiB of kernel memory. For one thread at a time.
@@ -50,6 +52,9 @@ class ProcessSweep {
   // Raises the soft limit of open files where the kept ones may need it.
   ProcessSweep(const std::string& root, ProcessorTime processorTime);
 
+  // How many sweeps there were.
+  std::size_t count() const { return sweeps_; }
+
   // Looks now. `elapsed` is the time since the look before; 0 at the first one and where there is
   // no sense in comparing: nothing counts as used then.
   void run(std::chrono::nanoseconds elapsed);
@@ -64,7 +69,8 @@ class ProcessSweep {
   void closeKept();
 
  private:
-  void matchList();
+  void findProcesses();
+  void matchList(std::vector<std::int32_t>& arrived);
   bool update(Process& process, bool refresh);
   bool readStat(Process& process, std::optional<std::chrono::nanoseconds> total);
   std::string_view statText(Process& process);
@@ -72,6 +78,7 @@ class ProcessSweep {
   void close(Process& process);
 
   ProcessFiles files_;
+  RecentIds recentIds_;
   ProcessorTime processorTime_;
   std::vector<Process> processes_;
   std::vector<std::int32_t> pids_;

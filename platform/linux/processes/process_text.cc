@@ -108,6 +108,12 @@ bool isSwapInUse(std::string_view text) {
   return false;
 }
 
+std::optional<std::int32_t> parseLastId(std::string_view text) {
+  std::int32_t id = 0;
+  skipFields(text, 4);  // loads, running and existing threads
+  return take(text, id) ? std::optional(id) : std::nullopt;
+}
+
 std::optional<std::int32_t> parsePid(std::string_view name) {
   std::int32_t pid = 0;
   const char* const end = name.data() + name.size();

@@ -36,6 +36,9 @@ std::optional<std::uint64_t> parseDiskBytes(std::string_view text);
 // /proc/swaps: whether any swap space is in use.
 bool isSwapInUse(std::string_view text);
 
+// /proc/loadavg: the id that the kernel gave last.
+std::optional<std::int32_t> parseLastId(std::string_view text);
+
 // The name of a folder in /proc as a process id; none when it is not the folder of a process.
 std::optional<std::int32_t> parsePid(std::string_view name);
 
