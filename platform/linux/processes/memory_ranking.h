@@ -10,8 +10,8 @@
 
 // The processes with the most resident memory. What stat tells of it is off by what the processors
 // have not added up yet, and old where the process has not run: memory is taken from it all the
-// same. So twice as many as are shown are read exactly, from statm, in every cycle: a system call
-// each. For one thread at a time.
+// same. So twice as many as are shown are read exactly, from statm, a system call each: those that
+// ran in every sweep, the others in every fourth. For one thread at a time.
 
 namespace tarvel {
 
@@ -29,9 +29,14 @@ class MemoryRanking {
   struct Kept {
     std::uint64_t startTime = 0;
     FileDescriptor statm;  // kept open
+    std::int64_t pages = 0;
+    bool isRead = false;
   };
 
+  static void read(ProcessSweep& sweep, const Process& process, Kept& kept);
+
   std::map<std::int32_t, Kept> kept_;  // by process id
+  std::size_t rankedSweep_ = 0;        // the sweep that they were read in
 };
 
 }  // namespace tarvel
