@@ -33,12 +33,11 @@ std::optional<std::int64_t> counterOf(std::string_view text) {
 // Empty for a zone that does not count beside the others.
 std::string EnergyCounters::nameOf(const std::string& entry) const {
   const auto name = lineIn(folder_ + entry + "/name");
+  if (name.starts_with("package-")) return name;
   const auto colon = entry.rfind(':');
-  if (colon < kZones.size()) {  // below another zone
-    const auto parent = nameOf(entry.substr(0, colon));
-    return name == "dram" && !parent.empty() ? parent + " " + name : std::string();
-  }
-  return name.starts_with("package-") ? name : std::string();
+  const bool isBelow = colon >= kZones.size();
+  return name == "dram" && isBelow ? lineIn(folder_ + entry.substr(0, colon) + "/name") + " dram"
+                                   : std::string();
 }
 
 void EnergyCounters::findZones() {
