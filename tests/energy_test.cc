@@ -136,6 +136,10 @@ TEST_F(EnergyTest, WithoutReadableCountersOrProcessorTimesNothingIsAttributed) {
   ASSERT_EQ(shares.measured().size(), 1U);
   EXPECT_EQ(shares.measured()[0].zone, "package-0");
   EXPECT_EQ(shares.share(Joules{100}).unknown, 10 * kMega) << "there is no /proc/stat";
+  tree.write(kFolder + "intel-rapl:0/energy_uj", "");
+  EXPECT_FALSE(shares.look({13s, 0s}));
+  usePackage(10);
+  EXPECT_FALSE(shares.look({16s, 0s})) << "it may have begun anew";
 }
 
 }  // namespace
