@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <regex>
@@ -12,11 +13,15 @@
 #include "platform/host/files/file_descriptor.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/host/processes/child_process.h"
+#include "platform/host/property_lists/keyed_archive.h"
+#include "platform/host/store/defaults_store.h"
 #include "platform/host/store/reading_times.h"
 #include "product/identifiers.h"
+#include "programs/export/document.h"
 #include "programs/export/metrics_server.h"
 #include "programs/export/process_families.h"
 #include "programs/export/reading_families.h"
+#include "tests/temporary_tree.h"
 #include "tests/viewer_fixture.h"
 
 namespace tarvel {
@@ -209,6 +214,83 @@ TEST(ProcessFamilies, AnHourOfCompilingMakesNoMoreSeriesThanTheyHaveRoomFor) {
   viewer::ProcessFamilies byPid(viewer::ProcessLabels::kProcesses);
   byPid.add({"CPUAppUsage", distinct, 0ms}, now, families);
   EXPECT_LE(samplesOf(viewer::textOf(families)).size(), 50U);
+}
+
+// On a processor that is busy for a tenth of the time.
+TEST_F(ExportTest, EnergyOfApplicationsAndOfNobodyAddsUpToWhatWasMeasured) {
+  fillStore();
+  KeptLog log;
+  DefaultsStore store(kSuiteName, log);
+  const ApplicationRegistry helper(kHelperIdentifier);
+  const TemporaryTree machine;
+  const std::string zone = "sys/class/powercap/intel-rapl:0/";
+  machine.write(zone + "name", "package-0\n");
+  machine.write(zone + "max_energy_range_uj", "65712999613\n");
+  viewer::Document document(store, helper, viewer::ProcessLabels::kGroups, machine.path());
+  viewer::Document::Clock::time_point now(100s);
+  int joules = 0;
+  int ticks = 0;
+  const auto pass = [&](std::chrono::seconds time, int used, bool isPublished) {
+    now += time;
+    joules += used;
+    ticks += 10;
+    const auto times = std::to_string(ticks) + " 0 0 " + std::to_string(9 * ticks) + " 0 0 0 0\n";
+    machine.write("proc/stat", "cpu  " + times + "cpu0 " + times);
+    machine.write(zone + "energy_uj", std::to_string(joules) + "000000\n");
+    const ReadingTimes published(kSuiteName);
+    for (const char* key : {"EnergyAppUsage", "CPUAppUsage"}) {
+      if (isPublished) published.note(key);
+    }
+    document.watch(now);
+    return samplesOf(document.text(now));
+  };
+  const auto sumOf = [](const Samples& samples, const std::string& metric) {
+    double sum = 0;
+    for (const auto& [name, value] : samples) sum += name.starts_with(metric) ? value : 0;
+    return sum;
+  };
+  for (const auto& [name, value] : pass(3s, 5, true)) {
+    EXPECT_FALSE(name.starts_with("tarvel_energy_")) << name << " from a single look";
+  }
+  pass(3s, 6, true);   // 2 W: idle, as far as is known
+  pass(3s, 16, true);  // 10 J above idle
+  std::filesystem::remove(file("data/QX8JD3LW6H.com.Tarvel/Library/Caches/ReadingTimes"));
+  auto samples = pass(11s, 32, false);  // no list: 22 J idle, 10 J nobody knows whose
+  const Samples expected = {
+      {R"(tarvel_energy_measured_joules_total{zone="package-0"})", 54},
+      {R"(tarvel_energy_attributed_joules_total{application="org.a",name=""})", 4.2},
+      {R"(tarvel_energy_attributed_joules_total{application="",name="bash"})", 2.5},
+      {R"(tarvel_energy_unattributed_joules_total{reason="idle"})", 34},
+      {R"(tarvel_energy_unattributed_joules_total{reason="unlisted"})", 3.3},
+      {R"(tarvel_energy_unattributed_joules_total{reason="unknown"})", 10}};
+  for (const auto& [name, value] : expected) EXPECT_NEAR(samples[name], value, 2e-6) << name;
+
+  const std::string attributed = "tarvel_energy_attributed_joules_total";
+  const auto passOfSixty = [&](const std::string& names) {
+    Array list;
+    for (int i = 1; i <= 60; ++i) {
+      const auto number = std::to_string(i);
+      list.emplace_back("<pid>" + number + "</pid><name>" + names + number +
+                        "</name><power>1.0</power><icon>unknown</icon>");
+    }
+    store.set("EnergyAppUsage", makeKeyedArchiver()->archivedDataWithRootObject(list));
+    auto found = pass(3s, 606, true);  // 600 J above idle
+    EXPECT_EQ(std::ranges::count_if(
+                  found, [&](const auto& sample) { return sample.first.starts_with(attributed); }),
+              41);
+    return found;
+  };
+  samples = passOfSixty("a");
+  EXPECT_NEAR(sumOf(samples, attributed), 4.2 + 2.5 + 600, 1e-4);
+  EXPECT_NEAR(sumOf(samples, attributed) + sumOf(samples, "tarvel_energy_unattributed_"), 660,
+              1e-9);
+  // Two of forty series were given away, so 22 of the sixty are others. The processor list has
+  // 14.8 beside the 60 of this one.
+  const auto other = attributed + R"({application="",name="other"})";
+  const double ofOthers = 22 * 600 / 74.8;
+  EXPECT_NEAR(samples[other], ofOthers, 1e-4);
+  pass(1h, 0, true);  // too long for the counter
+  EXPECT_NEAR(passOfSixty("b")[other], 2 * ofOthers, 1e-4) << "series change hands, joules do not";
 }
 
 TEST_F(ExportTest, TheFileFollowsTheHelperAndSaysAtItsEndThatThereIsNone) {

@@ -21,8 +21,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/host/energy_meter.h"
 #include "platform/host/files/file_descriptor.h"
-#include "platform/linux/sensors/energy_meter.h"
 #include "platform/linux/sensors/linux_apple_smc.h"
 #include "platform/linux/sensors/raw_controller.h"
 #include "platform/linux/sensors/sensor_map.h"

@@ -1,5 +1,7 @@
 tarvel_test(machine SOURCES machine_test.cc USES tarvel_machine)
 
+tarvel_test(energy SOURCES energy_test.cc USES tarvel_machine)
+
 tarvel_test(export SOURCES export_test.cc USES tarvel_export)
 target_compile_definitions(export_test PRIVATE
   TARVEL_PROGRAM="$<TARGET_FILE:tarvel>" TARVEL_REPLAY="$<TARGET_FILE:tarvel-replay>"

@@ -22,8 +22,9 @@ void addVersion(Families& families) {
 
 }  // namespace
 
-Document::Document(DefaultsStore& store, const ApplicationRegistry& registry, ProcessLabels labels)
-    : store_(store), registry_(registry), processes_(labels) {
+Document::Document(DefaultsStore& store, const ApplicationRegistry& registry, ProcessLabels labels,
+                   const std::string& root)
+    : store_(store), registry_(registry), processes_(labels), energy_(root), machine_(root) {
   machine_.sample(Clock::now(), {});
   sources_.wait(kPatienceWithDrivers);
 }
@@ -51,6 +52,7 @@ Families Document::families(Clock::time_point now) {
     addSensors(reading, sourceOf, families);
     processes_.add(reading, now, families);
   }
+  energy_.add(families);
   addMachine(machine_.sample(now, {}), families);
   return families;
 }

@@ -47,6 +47,7 @@ int serve(DefaultsStore& store, const Arguments& arguments) {
     if (const auto now = Document::Clock::now(); now >= next) {
       next = now + kServing;
       session.keepHelper(now);
+      document.watch(now);
     }
     server.serve(kServing);
   }

@@ -25,8 +25,6 @@ constexpr std::array<Metric, 4> kMetricTable = {{
      "Energy impact, a number without unit."},
 }};
 
-constexpr std::string_view kOthers = "other";
-
 struct Sample {
   Labels labels;
   double value = 0;
@@ -40,13 +38,9 @@ std::string nameOf(const ProcessRow& row) {
   return slash == 0 ? name : name.substr(0, slash);
 }
 
-Labels groupLabels(const std::string& application, const std::string& name) {
-  return {{"application", application}, {"name", name}};
-}
-
 Labels processLabels(const ProcessRow& row) {
   Labels labels = {{"pid", std::to_string(row.pid)}};
-  for (auto& label : groupLabels(applicationOf(row), nameOf(row))) {
+  for (auto& label : labelsOf({applicationOf(row), nameOf(row)})) {
     labels.push_back(std::move(label));
   }
   if (const auto user = column(row, "user"); !user.empty()) labels.emplace_back("user", user);
@@ -58,53 +52,57 @@ std::optional<double> valueOf(const ProcessRow& row, const Metric& metric) {
   return number ? std::optional(*number * metric.unit) : number;
 }
 
-void sortLargestFirst(std::vector<Sample>& samples) {
-  std::ranges::stable_sort(samples, std::ranges::greater(), &Sample::value);
-}
-
 std::vector<Sample> samplesOfProcesses(const std::vector<ProcessRow>& rows, const Metric& metric) {
   std::vector<Sample> samples;
   for (const auto& row : rows) {
     if (const auto value = valueOf(row, metric)) samples.push_back({processLabels(row), *value});
   }
-  sortLargestFirst(samples);
+  std::ranges::stable_sort(samples, std::ranges::greater(), &Sample::value);
   samples.resize(std::min(samples.size(), SeriesBudget::kMost));
   return samples;
 }
 
-std::vector<Sample> sumsOfGroups(const std::vector<ProcessRow>& rows, const Metric& metric) {
-  std::map<std::pair<std::string, std::string>, double> sums;
+std::vector<std::pair<ProcessGroup, double>> sumsOfGroups(const std::vector<ProcessRow>& rows,
+                                                          const Metric& metric) {
+  std::map<ProcessGroup, double> sums;
   for (const auto& row : rows) {
-    const auto value = valueOf(row, metric);
-    if (!value) continue;
-    const auto application = applicationOf(row);
-    sums[{application, application.empty() ? nameOf(row) : std::string()}] += *value;
+    if (const auto value = valueOf(row, metric)) sums[groupOf(row)] += *value;
   }
-  std::vector<Sample> samples;
-  for (const auto& [group, sum] : sums) {
-    samples.push_back({groupLabels(group.first, group.second), sum});
-  }
-  sortLargestFirst(samples);
-  return samples;
+  std::vector<std::pair<ProcessGroup, double>> sorted(sums.begin(), sums.end());
+  std::ranges::stable_sort(sorted, std::ranges::greater(),
+                           [](const auto& sum) { return sum.second; });
+  return sorted;
 }
 
 std::vector<Sample> samplesOfGroups(const std::vector<ProcessRow>& rows, const Metric& metric,
                                     SeriesBudget& budget, SeriesBudget::Clock::time_point now) {
   std::vector<Sample> samples;
   double others = 0;
-  for (auto& sample : sumsOfGroups(rows, metric)) {
-    const std::string id = sample.labels[0].second + "\n" + sample.labels[1].second;
-    if (budget.has(id, sample.value, now)) {
-      samples.push_back(std::move(sample));
+  for (const auto& [group, sum] : sumsOfGroups(rows, metric)) {
+    if (budget.has(idOf(group), sum, now)) {
+      samples.push_back({labelsOf(group), sum});
     } else {
-      others += sample.value;
+      others += sum;
     }
   }
-  if (others > 0) samples.push_back({groupLabels({}, std::string(kOthers)), others});
+  if (others > 0) samples.push_back({labelsOf(otherGroups()), others});
   return samples;
 }
 
 }  // namespace
+
+ProcessGroup groupOf(const ProcessRow& row) {
+  const auto application = applicationOf(row);
+  return {application, application.empty() ? nameOf(row) : std::string()};
+}
+
+ProcessGroup otherGroups() { return {{}, "other"}; }
+
+std::string idOf(const ProcessGroup& group) { return group.application + "\n" + group.name; }
+
+Labels labelsOf(const ProcessGroup& group) {
+  return {{"application", group.application}, {"name", group.name}};
+}
 
 void ProcessFamilies::add(const StoredReading& reading, Clock::time_point now, Families& families) {
   static_assert(kMetricTable.size() == kMetrics);

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
+#include <utility>
 
 #include "programs/export/family.h"
 #include "programs/export/series_budget.h"
@@ -15,6 +17,18 @@ enum class ProcessLabels {
   kGroups,     // by application, else by name
   kProcesses,  // each by its id: as many series as processes were ever listed
 };
+
+// An application's identifier, or the name of what belongs to none.
+struct ProcessGroup {
+  std::string application;
+  std::string name;
+  auto operator<=>(const ProcessGroup&) const = default;
+};
+
+ProcessGroup groupOf(const ProcessRow& row);
+ProcessGroup otherGroups();                   // what has no series of its own
+std::string idOf(const ProcessGroup& group);  // in a SeriesBudget
+Labels labelsOf(const ProcessGroup& group);
 
 class ProcessFamilies {
  public:

@@ -43,6 +43,7 @@ void writeChanges(DefaultsStore& store, const std::string& file, ProcessLabels l
   do {
     const auto now = Clock::now();
     session.keepHelper(now);
+    document.watch(now);
     const Seen seen{store.changeToken(), session.isHelperRunning()};
     if (written == seen && now - last < kLongestSilence) continue;
     written = seen;

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/sensors/energy_meter.h"
+#include "platform/host/energy_meter.h"
 #include "platform/linux/sensors/sensor_clock.h"
 #include "platform/linux/sensors/sensor_device.h"
 #include "platform/linux/sysfs.h"

@@ -1,19 +1,21 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
-#include "platform/linux/monotonic_clock.h"
-
 namespace tarvel {
 
-// When a counter was looked at: monotonic time, and the time that the machine has been suspended.
+// When a counter was looked at: monotonic time, and the time that the machine has been suspended
+// altogether.
 struct EnergyLookTime {
-  MonotonicTime now{};
-  MonotonicTime suspended{};
+  std::chrono::nanoseconds now{};
+  std::chrono::nanoseconds suspended{};
 };
 
-// Power from looks at a counter of energy. For one thread at a time.
+EnergyLookTime presentLookTime();
+
+// What was used between looks at a counter of energy. For one thread at a time.
 class EnergyMeter {
  public:
   // The counter counts microjoules and begins anew after its range.
@@ -28,17 +30,21 @@ class EnergyMeter {
   // Forgets the look before; a counter that has moved counts as one that moves.
   void reset() { time_.reset(); }
 
-  // Watts between the latest two looks. None where they cannot be compared, where they tell of
-  // 1,024 W or more, and of a counter that was never seen to move: the hardware does not count
+  // Microjoules between the latest two looks. None where they cannot be compared, where they tell
+  // of 1,024 W or more, and of a counter that was never seen to move: the hardware does not count
   // there.
-  std::optional<double> power() const { return power_; }
+  std::optional<std::int64_t> used() const { return used_; }
+
+  // Watts between the latest two looks, where `used` is known.
+  std::optional<double> power() const;
 
  private:
   std::int64_t range_;
   std::int64_t energy_ = 0;
   std::optional<EnergyLookTime> time_;
   bool moves_ = false;
-  std::optional<double> power_;
+  std::chrono::nanoseconds elapsed_{};
+  std::optional<std::int64_t> used_;
 };
 
 }  // namespace tarvel
