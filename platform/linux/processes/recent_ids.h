@@ -38,7 +38,7 @@ class RecentIds {
  private:
   bool isOwnNamespace_;
   std::size_t looks_ = 0;
-  std::optional<std::int32_t> last_;  // as of the look before
+  std::optional<std::int32_t> last_;   // as of the look before
   std::optional<std::int32_t> after_;  // as of the one before that
 };
 
