@@ -373,6 +373,18 @@ TEST(BoundedLooks, LeaveWhatHangsAndCountIt) {
   EXPECT_EQ(outcome, BoundedOutcome::finished) << "tried again";
 }
 
+TEST(ProcessTableOnThisMachine, TakesNoThreadForAProcess) {
+  std::chrono::nanoseconds now = 1s;
+  ProcessTable processes({}, "/proc", {[&] { return now += 1s; }, [](auto) {}, processorClocks()});
+  for (int look = 0; look < 20; ++look) {
+    std::thread([&] {
+      processes.lines(ProcessListKind::cpu, 1);
+      EXPECT_FALSE(processes.program(::gettid())) << look;
+      EXPECT_TRUE(processes.program(::getpid()));
+    }).join();
+  }
+}
+
 TEST(ProcessTableOnThisMachine, ListsOneselfWhateverOneIsCalled) {
   const TemporaryHome home;
   WorkerProcess sleeper({"register", "org.tarvel.sleeper"});

@@ -72,8 +72,9 @@ void ProcessSweep::findProcesses() {
   std::vector<std::int32_t> arrived;
   const auto recent = recentIds_.look(files_, processes_.size());
   if (recent) {
+    const std::int32_t ownThread = ::gettid();  // whose clock of a process is that of ours
     for (std::int32_t id = recent->after + 1; id <= recent->last; ++id) {
-      if (find(id) == nullptr && processorTime_(id)) arrived.push_back(id);
+      if (id != ownThread && find(id) == nullptr && processorTime_(id)) arrived.push_back(id);
     }
   } else {
     matchList(arrived);
