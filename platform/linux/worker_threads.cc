@@ -14,7 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 10s;  // some cycles
+constexpr auto kPatience = 10s;       // some cycles
+constexpr std::size_t kMostFree = 3;  // what a cycle hands over at once
 
 }  // namespace
 
@@ -33,10 +34,10 @@ struct WorkerThreads::Shared {
     return true;
   }
 
-  // Until nothing has come for a while.
+  // Until nothing has come for a while, or others wait that are enough.
   void work() {
     std::unique_lock lock(mutex);
-    for (;;) {
+    while (free < kMostFree) {
       ++free;
       const bool hasCome = came.wait_for(lock, kPatience, [&] { return !waiting.empty(); });
       --free;

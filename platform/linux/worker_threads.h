@@ -6,10 +6,10 @@
 
 namespace tarvel {
 
-// Threads for what happens again and again in the background. One that is done waits ten seconds
-// for the next action, then ends: to wake it costs a fraction of making a thread and its stack.
-// No action waits for another: where no thread is free, one is made. Any thread may hand actions
-// over; what still runs may outlive this.
+// Threads for what happens again and again in the background. Of those that are done, three wait
+// for the next action, ten seconds each: to wake one costs a fraction of making a thread and its
+// stack. No action waits for another: where no thread is free, one is made. Any thread may hand
+// actions over; what still runs may outlive this.
 class WorkerThreads {
  public:
   WorkerThreads();
