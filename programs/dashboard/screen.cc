@@ -46,6 +46,11 @@ bool isPlain(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
+// Pictures are drawn straight into what curses is to show next, "newscr". The standard window would
+// hold each of them once more, 28 bytes a cell: it is kept at one cell, and keys are read from a
+// pad, which curses does not draw when it is asked for a key.
+void keepStandardWindowSmall() { wresize(stdscr, 1, 1); }
+
 }  // namespace
 
 Screen::Screen() {
@@ -56,8 +61,10 @@ Screen::Screen() {
   if (!isReady_) return;
   cbreak();
   noecho();
-  keypad(stdscr, TRUE);
-  nodelay(stdscr, TRUE);
+  keepStandardWindowSmall();
+  keys_.reset(newpad(1, 1));
+  keypad(keys_.get(), TRUE);
+  nodelay(keys_.get(), TRUE);
   set_escdelay(25);
   curs_set(0);
   mousemask(BUTTON1_PRESSED | BUTTON1_CLICKED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
@@ -71,8 +78,12 @@ Screen::Screen() {
 }
 
 Screen::~Screen() {
-  if (isReady_) endwin();
+  if (!isReady_) return;
+  keys_.reset();
+  endwin();
 }
+
+void Screen::WindowEnd::operator()(_win_st* window) const { delwin(window); }
 
 void Screen::setTheme(const Theme& theme) {
   theme_ = &theme;
@@ -84,9 +95,9 @@ void Screen::setTheme(const Theme& theme) {
 
 Box Screen::area() const { return {0, 0, LINES, COLS}; }
 
-void Screen::begin() { erase(); }
-void Screen::end() { refresh(); }
-void Screen::redraw() { clearok(stdscr, TRUE); }
+void Screen::begin() { werase(newscr); }
+void Screen::end() { doupdate(); }
+void Screen::redraw() { clearok(curscr, TRUE); }
 
 int Screen::put(int row, int column, int width, std::string_view text, Ink ink) {
   int columns = 0;
@@ -103,9 +114,9 @@ int Screen::put(int row, int column, int width, std::string_view text, Ink ink) 
   if (style.isBold) attributes |= A_BOLD;
   if (style.isReversed) attributes |= A_REVERSE;
   if (hasColour_ && theme_->hasColour) attributes |= static_cast<attr_t>(COLOR_PAIR(pairOf(index)));
-  attrset(static_cast<int>(attributes));
-  mvaddstr(row, column, shown.c_str());
-  attrset(A_NORMAL);
+  wattrset(newscr, static_cast<int>(attributes));
+  mvwaddstr(newscr, row, column, shown.c_str());
+  wattrset(newscr, A_NORMAL);
   return columns;
 }
 
@@ -132,6 +143,10 @@ void Screen::frame(Box box, std::string_view title, Ink ink, std::string_view no
   }
 }
 
-int Screen::key() { return getch(); }
+int Screen::key() {
+  const int key = wgetch(keys_.get());
+  if (key == KEY_RESIZE) keepStandardWindowSmall();
+  return key;
+}
 
 }  // namespace tarvel::viewer

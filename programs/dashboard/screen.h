@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -7,6 +8,8 @@
 #include "programs/dashboard/themes.h"
 
 // The terminal, as curses drives it, and what it can show. Leaves it as it was at the end.
+
+struct _win_st;  // what curses calls a WINDOW
 
 namespace tarvel::viewer {
 
@@ -41,10 +44,15 @@ class Screen {
   int key();
 
  private:
+  struct WindowEnd {
+    void operator()(_win_st* window) const;
+  };
+
   bool isReady_ = false;
   bool isUnicode_ = false;
   bool hasColour_ = false;
   const Theme* theme_ = nullptr;
+  std::unique_ptr<_win_st, WindowEnd> keys_;
 };
 
 }  // namespace tarvel::viewer
