@@ -5,11 +5,13 @@
 // percent of a core: the processor time of a whole cycle with all three process panels on (one look
 // at all processes, lines, records, archives, writing to the store), against the second sample of
 // `top -b -n 2 -d 1`, which is what two samples cost more than one. Medians of eleven cycles and of
-// five runs of each `top`.
+// five runs of each `top`. Then the same cycles by step, and what no look can do without: the
+// processor clock of every process, read once more after each cycle.
 //
 // --cycles leaves `top` out and takes so many cycles one after another, for counting system calls.
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -51,6 +53,14 @@ double ownTime() {
   return milliseconds(usage);
 }
 
+// The time that the action takes.
+template <typename Action>
+double timeOf(Action action) {
+  const double start = ownTime();
+  action();
+  return ownTime() - start;
+}
+
 double median(std::vector<double> values) {
   std::ranges::sort(values);
   return values[values.size() / 2];
@@ -83,6 +93,8 @@ class Crowd {
     for (const pid_t pid : pids_) ::kill(pid, SIGKILL);
     for (const pid_t pid : pids_) ::waitpid(pid, nullptr, 0);
   }
+  const std::vector<pid_t>& pids() const { return pids_; }
+
   Crowd(const Crowd&) = delete;
   Crowd& operator=(const Crowd&) = delete;
 
@@ -113,21 +125,33 @@ class Cycle {
         archiver_(makeKeyedArchiver()),
         table_(processListCommands()) {}
 
-  void run() {
-    publish(kCPUSampler, "CPUAppUsage");
-    publish(kMemorySampler, "MEMAppUsage");
-    publish(kEnergySampler, "EnergyAppUsage");
+  enum Step { kLook, kLines, kRecords, kStore, kSteps };
+  using Times = std::array<double, kSteps>;
+
+  // Milliseconds of each step.
+  Times run() {
+    Times times{};
+    publish(kCPUSampler, "CPUAppUsage", times, kLook);
+    publish(kMemorySampler, "MEMAppUsage", times, kLines);
+    publish(kEnergySampler, "EnergyAppUsage", times, kLines);
+    return times;
   }
 
  private:
-  void publish(const ProcessSampler& sampler, std::string_view key) {
-    const auto output = table_.answer(std::string(sampler.command)).value_or("");
+  // The first list of a cycle looks at all processes.
+  void publish(const ProcessSampler& sampler, std::string_view key, Times& times, Step first) {
+    std::string output;
+    times[first] +=
+        timeOf([&] { output = table_.answer(std::string(sampler.command)).value_or(""); });
     const auto icon = [](std::int32_t, const std::string&) { return std::string("icon.tiff"); };
     Array records;
-    for (std::string& record : processRecords(output, sampler, icon)) {
-      records.emplace_back(std::move(record));
-    }
-    store_.set(key, archiver_->archivedDataWithRootObject(records));
+    times[kRecords] += timeOf([&] {
+      for (std::string& record : processRecords(output, sampler, icon)) {
+        records.emplace_back(std::move(record));
+      }
+    });
+    times[kStore] +=
+        timeOf([&] { store_.set(key, archiver_->archivedDataWithRootObject(records)); });
   }
 
   std::unique_ptr<SystemLog> log_;
@@ -161,11 +185,17 @@ void measure(int sleepers) {
   Cycle cycle;
   cycle.run();
   std::vector<double> own;
+  std::array<std::vector<double>, Cycle::kSteps> steps;
+  std::vector<double> clocks;
+  const auto pids = crowd.pids();
   for (int i = 0; i < 11; ++i) {
     std::this_thread::sleep_for(1s);
-    const double start = ownTime();
-    cycle.run();
-    own.push_back(ownTime() - start);
+    Cycle::Times times{};
+    own.push_back(timeOf([&] { times = cycle.run(); }));
+    for (std::size_t step = 0; step < times.size(); ++step) steps[step].push_back(times[step]);
+    clocks.push_back(timeOf([&, clock = processorClocks()] {
+      for (const pid_t pid : pids) static_cast<void>(clock(pid));
+    }));
   }
   std::vector<double> one;
   std::vector<double> two;
@@ -177,6 +207,11 @@ void measure(int sleepers) {
   std::printf("%9d  %6.2f %6.2f %6.2f  %11.2f  %5.3f  %8ld %8ld\n", sleepers,
               *std::ranges::min_element(own), median(own), *std::ranges::max_element(own), second,
               median(own) / second, before, residentKiB());
+  std::printf(
+      "           look and processor list %.2f (clocks alone %.2f), other lists %.2f, "
+      "records %.2f, archives and store %.2f\n",
+      median(steps[Cycle::kLook]), median(clocks), median(steps[Cycle::kLines]),
+      median(steps[Cycle::kRecords]), median(steps[Cycle::kStore]));
   std::fflush(stdout);
 }
 
