@@ -1,6 +1,5 @@
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <thread>
 
@@ -13,6 +12,7 @@
 #include "programs/export/document.h"
 #include "programs/export/metrics_server.h"
 #include "programs/export/text_file.h"
+#include "programs/tarvel/command_line.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/output.h"
 #include "viewer/ending_signals.h"
@@ -70,11 +70,6 @@ int run(const Arguments& arguments) {
   return arguments.address.empty() ? print(store, arguments) : serve(store, arguments);
 }
 
-int complain(int status, const std::string& text) {
-  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
-  return status;
-}
-
 int parseAndRun(int argc, char** argv) {
   Arguments arguments;
   bool byPid = false;
@@ -85,28 +80,15 @@ int parseAndRun(int argc, char** argv) {
       ->excludes(file);
   app.add_flag("--by-pid", byPid, "each process by its id");
   app.add_flag("--no-helper", noHelper, "do not start a helper");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& answered) {
-    return app.exit(answered);
-  } catch (const CLI::ParseError& error) {
-    return complain(kUsage, std::string("arguments: ") + error.what());
-  }
+  const auto status = parsed(app, argc, argv, [] { return ""; });
+  if (status) return *status;
   arguments.startsHelper = !noHelper;
   if (byPid) arguments.labels = ProcessLabels::kProcesses;
-  try {
-    return run(arguments);
-  } catch (const CommandError& error) {
-    return complain(error.status, error.what());
-  }
+  return run(arguments);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return parseAndRun(argc, argv);
-  } catch (const std::exception& error) {
-    return complain(kNothing, std::string("failed: ") + error.what());
-  }
+  return statusOf([&] { return parseAndRun(argc, argv); });
 }

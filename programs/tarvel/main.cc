@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <cstdio>
-#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,6 +10,7 @@
 #include "platform/host/store/defaults_store.h"
 #include "product/identifiers.h"
 #include "product/version.h"
+#include "programs/tarvel/command_line.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/nearest_word.h"
 #include "programs/tarvel/other_programs.h"
@@ -249,11 +248,6 @@ void addExport(CLI::App& app, Arguments& arguments, Command& command) {
   });
 }
 
-int complain(int status, const std::string& text) {
-  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
-  return status;
-}
-
 // ", did you mean …?" where the first word is nearly a command.
 std::string suggestion(const CLI::App& app, int argc, char** argv) {
   std::vector<std::string> known;
@@ -266,11 +260,7 @@ std::string suggestion(const CLI::App& app, int argc, char** argv) {
 int run(const Command& command) {
   const auto log = makeSystemLog();
   DefaultsStore store(kSuiteName, *log);
-  try {
-    return command(store);
-  } catch (const CommandError& error) {
-    return complain(error.status, error.what());
-  }
+  return command(store);
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -283,23 +273,13 @@ int parseAndRun(int argc, char** argv) {
                          addWindow, addDoctor, addRecord, addExport}) {
     add(app, arguments, command);
   }
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& answered) {
-    return app.exit(answered);
-  } catch (const CLI::ParseError& error) {
-    return complain(kUsage,
-                    "arguments: " + std::string(error.what()) + suggestion(app, argc, argv));
-  }
+  const auto status = parsed(app, argc, argv, [&] { return suggestion(app, argc, argv); });
+  if (status) return *status;
   return run(command);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return parseAndRun(argc, argv);
-  } catch (const std::exception& error) {
-    return complain(kNothing, std::string("failed: ") + error.what());
-  }
+  return statusOf([&] { return parseAndRun(argc, argv); });
 }

@@ -46,4 +46,9 @@ int printOut(std::string_view text) {
   return written && std::fflush(stdout) == 0 ? kDone : kNothing;
 }
 
+int complain(int status, const std::string& text) {
+  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
+  return status;
+}
+
 }  // namespace tarvel::viewer

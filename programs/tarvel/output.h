@@ -15,4 +15,7 @@ std::string indented(const Json& json);  // ends in a newline
 // Writes to standard output: exit status 0, or 1 when nobody takes it.
 int printOut(std::string_view text);
 
+// Writes a line to standard error and returns the status.
+int complain(int status, const std::string& text);
+
 }  // namespace tarvel::viewer

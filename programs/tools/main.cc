@@ -1,5 +1,3 @@
-#include <cstdio>
-#include <exception>
 #include <iterator>
 #include <string>
 
@@ -7,6 +5,7 @@
 
 #include "platform/host/standard_error_log.h"
 #include "platform/system_log.h"
+#include "programs/tarvel/command_line.h"
 #include "programs/tarvel/commands.h"
 #include "programs/tarvel/output.h"
 #include "programs/tools/findings.h"
@@ -19,11 +18,6 @@
 namespace {
 
 using namespace tarvel;
-
-int complain(int status, const std::string& text) {
-  std::fprintf(stderr, "tarvel: %s\n", text.c_str());
-  return status;
-}
 
 int listSensors(bool json) {
   const auto sensors = tools::shownSensors();
@@ -50,27 +44,14 @@ int parseAndRun(int argc, char** argv) {
   auto* recording = app.add_subcommand("record", "Record this machine");
   recording->add_option("FILE", file)->required();
   recording->add_option("--cycles", cycles);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& answered) {
-    return app.exit(answered);
-  } catch (const CLI::ParseError& error) {
-    return complain(viewer::kUsage, std::string("arguments: ") + error.what());
-  }
-  try {
-    if (recording->parsed()) return tools::record(file, cycles);
-    return sensors ? listSensors(json) : examine(json);
-  } catch (const viewer::CommandError& error) {
-    return complain(error.status, error.what());
-  }
+  const auto status = viewer::parsed(app, argc, argv, [] { return ""; });
+  if (status) return *status;
+  if (recording->parsed()) return tools::record(file, cycles);
+  return sensors ? listSensors(json) : examine(json);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return parseAndRun(argc, argv);
-  } catch (const std::exception& error) {
-    return complain(viewer::kNothing, std::string("failed: ") + error.what());
-  }
+  return viewer::statusOf([&] { return parseAndRun(argc, argv); });
 }
