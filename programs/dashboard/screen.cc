@@ -53,6 +53,16 @@ void keepStandardWindowSmall() { wresize(stdscr, 1, 1); }
 
 }  // namespace
 
+// Where keys are read from.
+struct Screen::Keys {
+  Keys() = default;
+  ~Keys() { delwin(pad); }
+  Keys(const Keys&) = delete;
+  Keys& operator=(const Keys&) = delete;
+
+  WINDOW* pad = newpad(1, 1);
+};
+
 Screen::Screen() {
   std::setlocale(LC_ALL, "");
   isUnicode_ = std::string_view(nl_langinfo(CODESET)) == "UTF-8";
@@ -62,9 +72,9 @@ Screen::Screen() {
   cbreak();
   noecho();
   keepStandardWindowSmall();
-  keys_.reset(newpad(1, 1));
-  keypad(keys_.get(), TRUE);
-  nodelay(keys_.get(), TRUE);
+  keys_ = std::make_unique<Keys>();
+  keypad(keys_->pad, TRUE);
+  nodelay(keys_->pad, TRUE);
   set_escdelay(25);
   curs_set(0);
   mousemask(BUTTON1_PRESSED | BUTTON1_CLICKED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
@@ -82,8 +92,6 @@ Screen::~Screen() {
   keys_.reset();
   endwin();
 }
-
-void Screen::WindowEnd::operator()(_win_st* window) const { delwin(window); }
 
 void Screen::setTheme(const Theme& theme) {
   theme_ = &theme;
@@ -144,7 +152,7 @@ void Screen::frame(Box box, std::string_view title, Ink ink, std::string_view no
 }
 
 int Screen::key() {
-  const int key = wgetch(keys_.get());
+  const int key = wgetch(keys_->pad);
   if (key == KEY_RESIZE) keepStandardWindowSmall();
   return key;
 }

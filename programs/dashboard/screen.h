@@ -9,8 +9,6 @@
 
 // The terminal, as curses drives it, and what it can show. Leaves it as it was at the end.
 
-struct _win_st;  // what curses calls a WINDOW
-
 namespace tarvel::viewer {
 
 class Screen {
@@ -44,15 +42,13 @@ class Screen {
   int key();
 
  private:
-  struct WindowEnd {
-    void operator()(_win_st* window) const;
-  };
+  struct Keys;
 
   bool isReady_ = false;
   bool isUnicode_ = false;
   bool hasColour_ = false;
   const Theme* theme_ = nullptr;
-  std::unique_ptr<_win_st, WindowEnd> keys_;
+  std::unique_ptr<Keys> keys_;
 };
 
 }  // namespace tarvel::viewer
