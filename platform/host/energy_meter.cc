@@ -8,8 +8,9 @@ namespace {
 
 constexpr double kMicro = 1e-6;
 constexpr double kMostWatts = 1024;
-constexpr std::chrono::milliseconds kSuspended{
-    10};  // less is the time between two clocks' readings
+
+// Less is the time between the readings of two clocks.
+constexpr std::chrono::milliseconds kSuspended{10};
 
 double seconds(std::chrono::nanoseconds time) {
   return std::chrono::duration<double>(time).count();

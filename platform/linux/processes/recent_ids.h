@@ -32,7 +32,7 @@ class RecentIds {
   explicit RecentIds(const std::string& root);
 
   // The ids that were given since the look before the last; none where all processes are to be
-  // listed. That many are known: where more came, a list is cheaper.
+  // listed. `known` is how many processes are known: where more ids were given, a list is cheaper.
   std::optional<Range> look(ProcessFiles& files, std::size_t known);
 
  private:
