@@ -122,7 +122,7 @@ std::string onOneLine(const Json& object) {
 // What a line tells, before it takes the form of its bar.
 struct Line {
   std::string text;     // in the bar's own escapes
-  std::string shorter;  // where there is little room
+  std::string shorter;  // where space is short
   std::string tooltip;  // plain
   Level level = Level::kNormal;
   bool isStale = false;

@@ -142,9 +142,9 @@ Scale Graph::drawnScale() const {
   if (scale.from == 0 && scale.to == 0 && least >= 0 && most > 0 && least < most / 2) {
     return {0, roundedUp(most)};
   }
-  constexpr double kRoom = 0.1;
-  const double room = std::max((most - least) * kRoom, std::abs(most) * 0.01);
-  return {least - room, most > least || room > 0 ? most + room : least + 1};
+  constexpr double kMargin = 0.1;
+  const double margin = std::max((most - least) * kMargin, std::abs(most) * 0.01);
+  return {least - margin, most > least || margin > 0 ? most + margin : least + 1};
 }
 
 void Graph::draw(QPainter& painter) const {

@@ -30,7 +30,7 @@ QString trimmed(const std::string& text) {
   return QString::fromStdString(printableText(text)).trimmed();
 }
 
-// Widths in characters; those of figures have room for their heads.
+// Widths in characters; those of figures are as wide as their heads.
 int widthOf(ProcessColumn column) {
   switch (column) {
     case ProcessColumn::kName:

@@ -9,7 +9,7 @@
 
 namespace tarvel::viewer {
 
-// A few lines with a bar each in a card; as many as there is room for.
+// A few lines with a bar each in a card; as many as fit.
 class RankedList : public QWidget {
  public:
   struct Item {
