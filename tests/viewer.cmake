@@ -15,6 +15,7 @@ target_compile_definitions(viewer_test PRIVATE
   TARVEL_CHANGELOG="${PROJECT_SOURCE_DIR}/debian/changelog")
 add_dependencies(viewer_test tarvel tarvel-replay tarvel-tools TarvelHelper)
 
+tarvel_test(terminal SOURCES terminal_test.cc USES tarvel_terminal)
 tarvel_test(dashboard SOURCES dashboard_test.cc USES tarvel_dashboard)
 
 tarvel_test(recording SOURCES recording_test.cc

@@ -131,8 +131,9 @@ std::optional<double> numberOf(std::string_view text) {
   if (read.ec != std::errc{} || !std::isfinite(number)) return std::nullopt;
   const auto unit =
       read.ptr != end ? std::string_view("KMG").find(*read.ptr) : std::string_view::npos;
-  return unit == std::string_view::npos ? number
-                                        : number * std::pow(1024, static_cast<double>(unit) + 1);
+  if (unit == std::string_view::npos) return number;
+  constexpr int kBitsPerUnit = 10;
+  return std::ldexp(number, kBitsPerUnit * (static_cast<int>(unit) + 1));
 }
 
 std::string applicationOf(const ProcessRow& row) {

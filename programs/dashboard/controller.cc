@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include <curses.h>
-
 #include "programs/dashboard/overlays.h"
 #include "text/conversions.h"
 
@@ -21,9 +19,9 @@ Order next(Order order) {
   return order == Order::kPid ? Order::kListed : static_cast<Order>(static_cast<int>(order) + 1);
 }
 
-bool isBackspace(int key) { return key == KEY_BACKSPACE || key == kDelete || key == kBackspace; }
+bool isBackspace(int key) { return key == kKeyBackspace || key == kDelete || key == kBackspace; }
 
-bool isEnter(int key) { return key == '\n' || key == '\r' || key == KEY_ENTER; }
+bool isEnter(int key) { return key == '\n' || key == '\r' || key == kKeyEnter; }
 
 // The last whole character goes.
 void removeLast(std::string& text) {
@@ -67,14 +65,17 @@ const Cursor& Controller::cursor() {
   return at_;
 }
 
-bool Controller::press(int key) {
+bool Controller::press(const Key& pressed) {
+  const int key = pressed.code;
   at_.message.clear();
-  if (key == KEY_RESIZE) return true;
-  if (at_.overlay != Overlay::kNone && key != KEY_MOUSE) return pressInOverlay(key);
+  if (key == kKeyResize) return true;
+  if (key == kKeyClick || key == kKeyWheelUp || key == kKeyWheelDown) {
+    if (at_.overlay == Overlay::kNone) point(pressed);
+    return true;
+  }
+  if (at_.overlay != Overlay::kNone) return pressInOverlay(key);
   if (key == 'q' || key == 'Q') return false;
-  if (key == KEY_MOUSE) {
-    click();
-  } else if (key >= '1' && key <= '8') {
+  if (key >= '1' && key <= '8') {
     model_.togglePanel(static_cast<std::size_t>(key - '1'));
   } else if (!navigate(key) && !act(key)) {
     choose(key);
@@ -172,27 +173,27 @@ bool Controller::navigate(int key) {
     case '\t':
       focusNext(1);
       return true;
-    case KEY_BTAB:
+    case kKeyBackTab:
       focusNext(-1);
       return true;
-    case KEY_DOWN:
+    case kKeyDown:
     case 'j':
       move(1);
       return true;
-    case KEY_UP:
+    case kKeyUp:
     case 'k':
       move(-1);
       return true;
-    case KEY_NPAGE:
+    case kKeyPageDown:
       move(kPage);
       return true;
-    case KEY_PPAGE:
+    case kKeyPageUp:
       move(-kPage);
       return true;
-    case KEY_HOME:
+    case kKeyHome:
       move(-all);
       return true;
-    case KEY_END:
+    case kKeyEnd:
       move(all);
       return true;
     default:
@@ -203,7 +204,7 @@ bool Controller::navigate(int key) {
 bool Controller::act(int key) {
   switch (key) {
     case '\n':
-    case KEY_ENTER:
+    case kKeyEnter:
       if (const auto* row = selected()) {
         at_.detailed = *row;
         at_.rowId = row->id;
@@ -211,15 +212,15 @@ bool Controller::act(int key) {
       }
       return true;
     case '?':
-    case KEY_F(1):
+    case kKeyF1:
       at_.overlay = Overlay::kHelp;
       return true;
     case 'x':
-    case KEY_F(9):
+    case kKeyF9:
       openTarget(Overlay::kSignal);
       return true;
     case 'n':
-    case KEY_F(7):
+    case kKeyF7:
       openTarget(Overlay::kNice);
       return true;
     case 'h':
@@ -328,21 +329,19 @@ bool Controller::clickHead(int row, int column) {
   return false;
 }
 
-void Controller::click() {
-  MEVENT event;
-  if (getmouse(&event) != OK || at_.overlay != Overlay::kNone) return;
-  if ((event.bstate & BUTTON4_PRESSED) != 0) return move(-1);
-  if ((event.bstate & BUTTON5_PRESSED) != 0) return move(1);
-  if (clickHead(event.y, event.x)) return;
+void Controller::point(const Key& mouse) {
+  if (mouse.code == kKeyWheelUp) return move(-1);
+  if (mouse.code == kKeyWheelDown) return move(1);
+  if (clickHead(mouse.row, mouse.column)) return;
   for (const auto& placed : picture_.panels) {
-    if (!isIn(placed.box, event.y, event.x)) continue;
+    if (!isIn(placed.box, mouse.row, mouse.column)) continue;
     const bool isSame = placed.panel == at_.panel;
     const Box inner = innerOf(model_.panels()[placed.panel], placed.box);
     const auto shown = shownRows(model_.panels()[placed.panel], inner, isSame ? at_.row : 0);
     focus(placed.panel);
     const auto line =
-        static_cast<std::size_t>(std::clamp(event.y - inner.top, 0, inner.height - 1));
-    const bool isRight = shown.columns > 1 && event.x >= inner.left + inner.width / 2;
+        static_cast<std::size_t>(std::clamp(mouse.row - inner.top, 0, inner.height - 1));
+    const bool isRight = shown.columns > 1 && mouse.column >= inner.left + inner.width / 2;
     at_.row = shown.first + line + (isRight ? shown.perColumn : 0);
     move(0);
   }

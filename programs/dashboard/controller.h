@@ -15,7 +15,7 @@ class Controller {
       : model_(model), screen_(screen), at_(std::move(start)) {}
 
   // Takes one key; false when it ends the dashboard.
-  bool press(int key);
+  bool press(const Key& pressed);
 
   // What stands where, for the mouse.
   void painted(Picture picture) { picture_ = std::move(picture); }
@@ -37,7 +37,7 @@ class Controller {
   bool act(int key);
   void openTarget(Overlay overlay);
   void toggleHidden();
-  void click();
+  void point(const Key& mouse);
   bool clickHead(int row, int column);
   void changeInterval();
   const PanelView& panel() const { return model_.panels()[at_.panel]; }

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include <curses.h>
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -56,19 +55,29 @@ FileDescriptor signalsOf(std::initializer_list<int> signals) {
   return FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-// Curses learns of the new size from its own handler of SIGWINCH, which also ends the wait.
-bool waitForInput(const FileDescriptor& signals, std::chrono::milliseconds longest) {
+// Takes a signal that has come; false when it ends the dashboard.
+bool takeSignal(Screen& screen, const FileDescriptor& signals) {
+  signalfd_siginfo info{};
+  if (::read(signals.get(), &info, sizeof info) != sizeof info) return true;
+  if (info.ssi_signo != SIGTSTP) return false;
+  screen.suspend();
+  return true;
+}
+
+// A terminal that has got another size ends the wait as well.
+bool waitForInput(Screen& screen, const FileDescriptor& signals,
+                  std::chrono::milliseconds longest) {
   std::array<pollfd, 2> sources = {{{STDIN_FILENO, POLLIN, 0}, {signals.get(), POLLIN, 0}}};
   ::poll(sources.data(), sources.size(), static_cast<int>(longest.count()));
   const bool hungUp = (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
-  return sources[1].revents == 0 && !hungUp;
+  return !hungUp && (sources[1].revents == 0 || takeSignal(screen, signals));
 }
 
 bool takeKeys(Screen& screen, Controller& controller, bool& pressed) {
   pressed = false;
-  for (int key = screen.key(); key != ERR; key = screen.key()) {
+  while (const auto key = screen.key()) {
     pressed = true;
-    if (!controller.press(key)) return false;
+    if (!controller.press(*key)) return false;
   }
   return true;
 }
@@ -88,7 +97,7 @@ void run(Screen& screen, Model& model, Controller& controller, const FileDescrip
     controller.painted(paint(screen, model, controller.cursor()));
     painted = now;
     isDue = false;
-  } while (waitForInput(signals, pace.looks) && takeKeys(screen, controller, pressed));
+  } while (waitForInput(screen, signals, pace.looks) && takeKeys(screen, controller, pressed));
 }
 
 void show(Screen& screen, const FileDescriptor& signals, bool startsHelper) {
@@ -133,7 +142,7 @@ int printSnapshot() {
 int main(int argc, char** argv) {
   const bool startsHelper = argc < 2 || std::string_view(argv[1]) != "--no-helper";
   goOnGuarded();
-  const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP, SIGQUIT});
+  const FileDescriptor signals = signalsOf({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP});
   std::signal(SIGPIPE, SIG_IGN);
   {
     Screen screen;

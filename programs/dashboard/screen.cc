@@ -2,130 +2,179 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 
-#include <curses.h>
 #include <langinfo.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "programs/dashboard/terminal_check.h"
+#include "programs/dashboard/terminal/repaint.h"
 #include "text/printable_text.h"
 #include "text/utf8.h"
 
 namespace tarvel::viewer {
 namespace {
 
-short pairOf(std::size_t ink) { return static_cast<short>(ink + 1); }
+constexpr int kEscapeDelay = 25;  // milliseconds in which the rest of a key comes
 
-bool wantsColour() {
+// A size that no terminal has would take memory for nothing.
+constexpr int kMostLines = 1000;
+constexpr int kMostColumns = 2000;
+
+bool isColourWanted() {
   const char* no = std::getenv("NO_COLOR");
-  return (no == nullptr || *no == '\0') && has_colors();
-}
-
-// Whole characters of the text in at most this many columns; each is taken to be one wide. In
-// ASCII the degree sign goes and any other character is shown as "?".
-std::string cut(std::string_view text, int width, bool unicode, int& columns) {
-  std::string shown;
-  for (columns = 0; !text.empty() && columns < width; ++columns) {
-    const auto character = text.substr(0, std::max<std::size_t>(utf8Length(text), 1));
-    text.remove_prefix(character.size());
-    if (unicode || character.size() == 1) {
-      shown += character;
-    } else if (character == "°") {
-      --columns;
-    } else {
-      shown += '?';
-    }
-  }
-  return shown;
+  return no == nullptr || *no == '\0';
 }
 
 bool isPlain(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
-// Pictures are drawn straight into what curses is to show next, "newscr". The standard window would
-// hold each of them once more, 28 bytes a cell: it is kept at one cell, and keys are read from a
-// pad, which curses does not draw when it is asked for a key.
-void keepStandardWindowSmall() { wresize(stdscr, 1, 1); }
+// For terminals without Unicode: the degree sign goes, any other character becomes "?".
+std::string asciiText(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const auto character = text.substr(0, std::max<std::size_t>(utf8Length(text), 1));
+    text.remove_prefix(character.size());
+    if (character.size() == 1) {
+      shown += character;
+    } else if (character != "°") {
+      shown += '?';
+    }
+  }
+  return shown;
+}
+
+void writeAll(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;  // it is gone, which the wait for keys notices
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+bool isInputWaiting(int milliseconds) {
+  pollfd input = {STDIN_FILENO, POLLIN, 0};
+  return ::poll(&input, 1, milliseconds) == 1 && (input.revents & POLLIN) != 0;
+}
+
+std::string readInput() {
+  std::array<char, 256> bytes{};
+  const ssize_t size = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+  return {bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+}
+
+// Ends the wait for keys when the terminal has got another size.
+void noticeResizing() {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGWINCH, &action, nullptr);
+}
+
+// As if nobody had taken the signal for himself.
+void stopAsAsked() {
+  sigset_t stop;
+  sigset_t before;
+  ::sigemptyset(&stop);
+  ::sigaddset(&stop, SIGTSTP);
+  ::raise(SIGTSTP);
+  ::sigprocmask(SIG_UNBLOCK, &stop, &before);
+  ::sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+Box sizeOfTerminal() {
+  winsize size{};
+  const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+  if (!isKnown || size.ws_row == 0 || size.ws_col == 0) return {0, 0, 24, 80};
+  return {0, 0, std::min<int>(size.ws_row, kMostLines), std::min<int>(size.ws_col, kMostColumns)};
+}
 
 }  // namespace
 
-// Where keys are read from.
-struct Screen::Keys {
-  Keys() = default;
-  ~Keys() { delwin(pad); }
-  Keys(const Keys&) = delete;
-  Keys& operator=(const Keys&) = delete;
-
-  WINDOW* pad = newpad(1, 1);
-};
-
 Screen::Screen() {
-  std::setlocale(LC_ALL, "");
+  std::setlocale(LC_CTYPE, "");
   isUnicode_ = std::string_view(nl_langinfo(CODESET)) == "UTF-8";
-  const char* terminal = std::getenv("TERM");
-  isReady_ = terminal != nullptr && canPlaceCursor() && newterm(nullptr, stdout, stdin) != nullptr;
-  if (!isReady_) return;
-  cbreak();
-  noecho();
-  keepStandardWindowSmall();
-  keys_ = std::make_unique<Keys>();
-  keypad(keys_->pad, TRUE);
-  nodelay(keys_->pad, TRUE);
-  set_escdelay(25);
-  curs_set(0);
-  mousemask(BUTTON1_PRESSED | BUTTON1_CLICKED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
-  mouseinterval(0);
-  hasColour_ = wantsColour();
-  if (hasColour_) {
-    start_color();
-    use_default_colors();
-  }
-  setTheme(themeNamed(""));
+  codes_ = terminalCodes(std::getenv("TERM"));
+  if (!codes_) return;
+  keys_.emplace(codes_->keys);
+  hasColour_ = isColourWanted() && codes_->colours >= 8;
+  setTheme(*theme_);
+  noticeResizing();
+  enter();
 }
 
 Screen::~Screen() {
-  if (!isReady_) return;
-  keys_.reset();
-  endwin();
+  if (codes_) leave();
+}
+
+void Screen::enter() {
+  size_ = sizeOfTerminal();
+  mode_.emplace();
+  writeAll(codes_->enter);
+  redraw();
+}
+
+void Screen::leave() {
+  writeAll(codes_->plain + codes_->leave);
+  mode_.reset();
+}
+
+void Screen::suspend() {
+  leave();
+  stopAsAsked();
+  enter();
+  size_ = {};  // the next key() asks for a picture
 }
 
 void Screen::setTheme(const Theme& theme) {
   theme_ = &theme;
-  if (!hasColour_ || !theme.hasColour) return;
-  for (std::size_t i = 0; i < theme.inks.size(); ++i) {
-    init_pair(pairOf(i), COLORS >= 256 ? theme.inks[i].rich : theme.inks[i].plain, -1);
-  }
+  std::ranges::transform(theme.inks, styles_.begin(),
+                         [&](const InkStyle& style) { return styleOf(style); });
+  redraw();
 }
 
-Box Screen::area() const { return {0, 0, LINES, COLS}; }
+std::string Screen::styleOf(const InkStyle& style) const {
+  std::string text;
+  if (style.isBold) text += codes_->bold;
+  if (style.isReversed) text += codes_->reversed;
+  const short colour = codes_->colours >= 256 ? style.rich : style.plain;
+  if (hasColour_ && theme_->hasColour && colour >= 0) text += codes_->colourOf(colour);
+  return text;
+}
 
-void Screen::begin() { werase(newscr); }
-void Screen::end() { doupdate(); }
-void Screen::redraw() { clearok(curscr, TRUE); }
+Box Screen::area() const { return {0, 0, next_.height(), next_.width()}; }
+
+void Screen::begin() {
+  if (size_ == area()) return next_.erase();
+  next_ = CellBuffer(size_.height, size_.width);
+  shown_ = next_;
+  redraw();
+}
+
+void Screen::end() {
+  std::string text;
+  if (!isShownKnown_) {
+    text = codes_->plain + codes_->clear;
+    shown_.erase();
+    isShownKnown_ = true;
+  }
+  writeAll(text + repaint(shown_, next_, *codes_, styles_));
+  std::swap(shown_, next_);
+}
+
+void Screen::redraw() { isShownKnown_ = false; }
 
 int Screen::put(int row, int column, int width, std::string_view text, Ink ink) {
-  int columns = 0;
-  std::string shown;
-  if (isPlain(text)) {  // most of the screen: no character to look at
-    shown = text.substr(0, static_cast<std::size_t>(std::max(width, 0)));
-    columns = static_cast<int>(shown.size());
-  } else {
-    shown = cut(printableText(text), width, isUnicode_, columns);
-  }
-  const auto index = static_cast<std::size_t>(ink);
-  const auto& style = theme_->inks[index];
-  attr_t attributes = A_NORMAL;
-  if (style.isBold) attributes |= A_BOLD;
-  if (style.isReversed) attributes |= A_REVERSE;
-  if (hasColour_ && theme_->hasColour) attributes |= static_cast<attr_t>(COLOR_PAIR(pairOf(index)));
-  wattrset(newscr, static_cast<int>(attributes));
-  mvwaddstr(newscr, row, column, shown.c_str());
-  wattrset(newscr, A_NORMAL);
-  return columns;
+  const auto style = static_cast<std::uint8_t>(ink);
+  if (isPlain(text)) return next_.put(row, column, width, text, style);
+  const std::string shown = printableText(text);
+  return next_.put(row, column, width, isUnicode_ ? shown : asciiText(shown), style);
 }
 
 void Screen::frame(Box box, std::string_view title, Ink ink, std::string_view note) {
@@ -151,10 +200,21 @@ void Screen::frame(Box box, std::string_view title, Ink ink, std::string_view no
   }
 }
 
-int Screen::key() {
-  const int key = wgetch(keys_->pad);
-  if (key == KEY_RESIZE) keepStandardWindowSmall();
-  return key;
+std::optional<Key> Screen::key() {
+  const Box size = sizeOfTerminal();
+  if (size != size_) {
+    size_ = size;
+    return Key{kKeyResize};
+  }
+  if (isInputWaiting(0)) keys_->add(readInput());
+  auto key = keys_->next(false);
+  while (!key && keys_->isWaiting() && isInputWaiting(kEscapeDelay)) {
+    const std::string more = readInput();
+    if (more.empty()) break;
+    keys_->add(more);
+    key = keys_->next(false);
+  }
+  return key ? key : keys_->next(true);
 }
 
 }  // namespace tarvel::viewer

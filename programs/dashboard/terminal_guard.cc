@@ -25,11 +25,30 @@ std::optional<termios> terminalSettings() {
   return ::tcgetattr(STDIN_FILENO, &settings) == 0 ? std::optional(settings) : std::nullopt;
 }
 
+// Where the child stopped as ^Z asks, the guard stops after it, since a shell takes its terminal
+// back once the guard has stopped.
+void stopLike(pid_t child, int status) {
+  if (WSTOPSIG(status) != SIGTSTP) return;
+  ::raise(SIGSTOP);
+  ::kill(child, SIGCONT);
+}
+
+void passOn(int signal, pid_t child) {
+  if (signal <= 0 || signal == SIGCHLD) return;
+  ::kill(child, signal == SIGTSTP ? SIGTSTP : SIGTERM);
+}
+
 int guard(pid_t child, const sigset_t& signals, const std::optional<termios>& settings) {
   int status = 0;
-  while (::waitpid(child, &status, WNOHANG) == 0) {
-    const int signal = ::sigwaitinfo(&signals, nullptr);
-    if (signal > 0 && signal != SIGCHLD) ::kill(child, SIGTERM);
+  for (;;) {
+    const pid_t changed = ::waitpid(child, &status, WNOHANG | WUNTRACED);
+    if (changed == 0) {
+      passOn(::sigwaitinfo(&signals, nullptr), child);
+    } else if (WIFSTOPPED(status)) {
+      stopLike(child, status);
+    } else {
+      break;
+    }
   }
   if (WIFSIGNALED(status)) leaveScreen();
   if (settings) {
@@ -45,7 +64,7 @@ void goOnGuarded() {
   sigset_t signals;
   sigset_t before;
   ::sigemptyset(&signals);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCHLD})
     ::sigaddset(&signals, signal);
   ::sigprocmask(SIG_BLOCK, &signals, &before);
   const auto settings = terminalSettings();  // before the dashboard can change them
