@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/host/files/file_descriptor.h"
+#include "platform/host/resident_code.h"
 #include "platform/host/store/defaults_store.h"
 #include "platform/system_log.h"
 #include "product/identifiers.h"
@@ -40,6 +41,7 @@ constexpr Pace kUsual = {400ms, 700ms};
 
 // The helper's first lists come within the first second, and somebody waits for them.
 constexpr Pace kFirstSecond = {50ms, 50ms};
+constexpr auto kStart = 1s;
 
 // The picture must not be written over; who wants the log of a command runs `tarvel doctor`.
 class NoLog : public SystemLog {
@@ -89,9 +91,14 @@ void run(Screen& screen, Model& model, Controller& controller, const FileDescrip
   const auto begin = Model::Clock::now();
   Model::Clock::time_point painted;
   Pace pace = kFirstSecond;
+  bool isStarting = true;
   do {
     const auto now = Model::Clock::now();
-    pace = now - begin < 1s ? kFirstSecond : kUsual;
+    if (isStarting && now - begin >= kStart) {
+      isStarting = false;
+      pace = kUsual;
+      releaseResidentCode();
+    }
     isDue = model.refresh(now) || isDue;
     if (!pressed && (!isDue || now - painted < pace.pictures)) continue;
     controller.painted(paint(screen, model, controller.cursor()));

@@ -9,6 +9,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "platform/host/resident_code.h"
+
 namespace tarvel::viewer {
 namespace {
 
@@ -70,7 +72,10 @@ void goOnGuarded() {
   const auto settings = terminalSettings();  // before the dashboard can change them
   const pid_t guardian = ::getpid();
   const pid_t child = ::fork();
-  if (child > 0) ::_exit(guard(child, signals, settings));
+  if (child > 0) {
+    releaseResidentCode();
+    ::_exit(guard(child, signals, settings));
+  }
   ::sigprocmask(SIG_SETMASK, &before, nullptr);
   if (child < 0) return;
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);

@@ -13,6 +13,7 @@
 #include "platform/host/files/files.h"
 #include "platform/host/presence/application_registry.h"
 #include "platform/host/property_lists/keyed_archive.h"
+#include "platform/host/resident_code.h"
 #include "platform/host/standard_error_log.h"
 #include "platform/host/store/defaults_store.h"
 #include "platform/linux/desktop/linux_workspace.h"
@@ -37,6 +38,9 @@ namespace {
 
 // How much later than asked for the helper may wake, so that its wake-ups join those of others.
 constexpr unsigned long kTimerSlack = 50'000'000;  // nanoseconds
+
+// The third follows the first whole cycle and its icons.
+constexpr int kWakeUpsOfStart = 3;
 
 std::string_view noteOfStart() {
   return std::getenv(kStartedByViewerVariable) != nullptr ? kStartedByViewerNote : "";
@@ -70,9 +74,13 @@ int main() {
   AppDelegate delegate({*appleSMC, *ataSmart, *authorization, *bundle, *fileManager, *archiver,
                         *runLoop, *applications, *systemLog, *tasks, *updaters, *userDefaults,
                         *workspace});
-  // What a cycle needs for a moment goes back to the kernel once nobody looks any more.
+  // What the start needed goes back to the kernel, and what cycles need once nobody looks any more.
+  int wakeUps = 0;
   runLoop->afterTimers([&] {
-    if (processes.rest()) ::malloc_trim(0);
+    if (processes.rest() || ++wakeUps == kWakeUpsOfStart) {
+      ::malloc_trim(0);
+      releaseResidentCode();
+    }
   });
   runLoop->run(delegate);
   registration.reset();
