@@ -55,6 +55,7 @@ const std::vector<std::int32_t>& ControlGroups::look(std::size_t processes) {
   asleep_.clear();
   if (tree_.empty()) return asleep_;
   if (pause_ > 0) {
+    close();
     --pause_;
     return asleep_;
   }
@@ -62,7 +63,7 @@ const std::vector<std::int32_t>& ControlGroups::look(std::size_t processes) {
   if (isWorthwhile(processes)) {
     match(list());
   } else {
-    giveUp();
+    pause_ = kPause;  // until the next look, mostUsed() is still asked
   }
   return asleep_;
 }
@@ -74,16 +75,15 @@ std::chrono::nanoseconds ControlGroups::mostUsed(std::int32_t pid) const {
 }
 
 void ControlGroups::forget() {
+  close();
+  pause_ = kFirstPause;
+}
+
+void ControlGroups::close() {
   groups_ = std::vector<Group>();
   members_ = std::vector<Member>();
   looks_ = 0;
   patience_ = 0;
-  pause_ = kFirstPause;
-}
-
-void ControlGroups::giveUp() {
-  forget();
-  pause_ = kPause;
 }
 
 void ControlGroups::readUsage() {
@@ -116,18 +116,21 @@ bool ControlGroups::mostSleep(std::size_t processes) {
 
 // Looks for groups that have come; false where there are too many.
 bool ControlGroups::find(std::size_t most) {
-  namespace fs = std::filesystem;
-  std::set<std::string, std::less<>> known;
+  std::set<std::string> known;
   for (const Group& group : groups_) {
     if (group.stat) known.insert(group.path);
   }
-  std::error_code error;
-  fs::recursive_directory_iterator entry(tree_, fs::directory_options::skip_permission_denied,
-                                         error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    if (!entry->is_directory(error) || !known.insert(entry->path().string()).second) continue;
-    if (known.size() > most) return false;
-    add(entry->path().string());
+  std::size_t count = 0;
+  for (std::vector<std::string> folders = {tree_}; !folders.empty();) {
+    std::error_code error;  // of one that has gone meanwhile, or that is not ours to see
+    std::filesystem::directory_iterator entry(std::exchange(folders.back(), {}), error);
+    folders.pop_back();
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+      if (!entry->is_directory(error)) continue;
+      if (++count > most) return false;
+      folders.push_back(entry->path().string());
+      if (!known.contains(folders.back())) add(folders.back());
+    }
   }
   return true;
 }
@@ -157,7 +160,7 @@ std::vector<ControlGroups::Member> ControlGroups::list() {
     const auto text = readSmallFile(group.path + "/cgroup.procs", kLongestList);
     for (const std::int32_t pid : parseIds(text.value_or(""))) listed.push_back({pid, at});
   }
-  std::ranges::stable_sort(listed, {}, &Member::pid);
+  std::ranges::sort(listed, {}, &Member::pid);
   const auto twice = std::ranges::unique(listed, {}, &Member::pid);
   listed.erase(twice.begin(), twice.end());
   return listed;
@@ -174,8 +177,11 @@ void ControlGroups::match(const std::vector<Member>& listed) {
     const Group& group = groups_[member.group];
     const bool isThere = isListed ? now->group == member.group : !group.isListed;
     if (isThere && group.used == 0us) asleep_.push_back(member.pid);
-    if (isListed) members.push_back(*now++);
-    if (!isListed && isThere) members.push_back(member);
+    if (isListed) {
+      members.push_back(*now++);
+    } else if (isThere) {
+      members.push_back(member);
+    }
   }
   members.insert(members.end(), now, listed.end());
   members_ = std::move(members);

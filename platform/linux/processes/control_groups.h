@@ -73,7 +73,7 @@ class ControlGroups {
   void add(const std::string& path);
   std::vector<Member> list();
   void match(const std::vector<Member>& listed);
-  void giveUp();
+  void close();
 
   std::string tree_;
   std::size_t mostGroups_;

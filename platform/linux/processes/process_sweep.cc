@@ -172,7 +172,8 @@ void ProcessSweep::account(Process& process, std::chrono::nanoseconds total, boo
   process.used = elapsed_.count() > 0 ? std::max(total - before, std::chrono::nanoseconds(0))
                                       : std::chrono::nanoseconds(0);
   // What it did while it was spared by mistake is not of this interval.
-  if (isSame && process.spared) process.used = std::min(process.used, groups_.mostUsed(process.pid));
+  if (isSame && process.spared)
+    process.used = std::min(process.used, groups_.mostUsed(process.pid));
   // More than all processors can give: it is older, and was only hidden from us.
   if (!isSame && process.used > elapsed_ * processors_) process.used = {};
 }

@@ -6,9 +6,8 @@
 #include <string_view>
 #include <vector>
 
-// What the kernel writes into the files of /proc (proc(5)) and of control groups (cgroups(7)), taken
-// apart. Pure functions; a text
-// that is cut off, empty or strange gives none.
+// What the kernel writes into the files of /proc (proc(5)) and of control groups (cgroups(7)),
+// taken apart. Pure functions; a text that is cut off, empty or strange gives none.
 
 namespace tarvel {
 
