@@ -41,11 +41,13 @@ class MadeMachine {
 
   void begin(int start, const char* pages = "50") const {
     writeFile(home_.path() / "proc/files/stat", "7 (p) S 1 1 1 0 -1 0 9 9 9 9 0 0 7 7 20 0 1 0 " +
-                                                    std::to_string(start) + " 4096 " + pages + "\n");
+                                                    std::to_string(start) + " 4096 " + pages +
+                                                    "\n");
   }
   void burn(int pid, std::chrono::milliseconds time) {
     clocks_[pid] += time;
-    for (fs::path group = groupOf_[pid]; group != group.parent_path(); group = group.parent_path()) {
+    for (fs::path group = groupOf_[pid]; group != group.parent_path();
+         group = group.parent_path()) {
       usage_[group] += time;
     }
   }
@@ -160,6 +162,8 @@ TEST(ControlGroups, NoticeWithinEightSweepsWhoWentWhereTheyDoNotLook) {
         const long used = machine.sweep();
         EXPECT_TRUE(used == 300 || (used == 0 && i <= 8)) << group << phase << " " << used;
       }
+      for (int i = 0; i < 9; ++i) machine.sweep();
+      EXPECT_EQ(machine.asked.contains(kWatched), group == std::string("/")) << group;
     }
   }
 }
@@ -176,8 +180,11 @@ TEST(ControlGroups, AreLookedAtOnlyWhereThatPays) {
   EXPECT_LT(look(0), 10U) << "those whose stat it is time to read";
   EXPECT_GE(look(2), 1023U) << "a moment in which all run";
   EXPECT_LT(look(0), 10U);
-  for (int i = 0; i < 4; ++i) look(2);
-  EXPECT_EQ(look(0), 1024U) << "given up";
+  for (int i = 0; i < 2; ++i) look(2);
+  machine.happen("70");
+  look(2);
+  EXPECT_EQ(machine.processes.find(kWatched)->used, 70ms) << "given up";
+  EXPECT_EQ(look(0), 1024U);
   for (int i = 0; i < 66; ++i) look(0);
   EXPECT_LT(look(0), 10U) << "tried again";
   machine.processes.closeKept();
@@ -218,7 +225,8 @@ class RealGroups {
   ~RealGroups() {
     for (const pid_t pid : pids_) ::kill(pid, SIGKILL);
     for (const pid_t pid : pids_) ::waitpid(pid, nullptr, 0);
-    for (const char* const group : {"2/threads", "1", "2", "came", ""}) ::rmdir((own / group).c_str());
+    for (const char* const group : {"2/threads", "1", "2", "came", ""})
+      ::rmdir((own / group).c_str());
   }
   RealGroups(const RealGroups&) = delete;
   RealGroups& operator=(const RealGroups&) = delete;
