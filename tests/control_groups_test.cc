@@ -1,12 +1,12 @@
 #include "platform/linux/processes/control_groups.h"
 
+#include <csignal>
 #include <map>
 #include <set>
 #include <sstream>
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 

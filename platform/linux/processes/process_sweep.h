@@ -22,8 +22,14 @@
 // so stat is read only of processes that ran, and in every sweep of a slice of the others. All are
 // listed in every eighth sweep, in the others only what came is looked for (recent_ids.h).
 //
+// Where most of many processes are in control groups that sleep, their clocks are not read either
+// (control_groups.h, which says what can be late or missed). What such a process is then found to
+// have used is never more than its group used since the sweep before: the clock may hold what it
+// did earlier, elsewhere.
+//
 // Processes that run again and again have their stat kept open, 1,700 at most and as many as
-// RLIMIT_NOFILE leaves; each costs 4 KiB of kernel memory. For one thread at a time.
+// RLIMIT_NOFILE leaves, then 1,024 groups; each costs 4 KiB of kernel memory. For one thread at a
+// time.
 
 namespace tarvel {
 
