@@ -34,7 +34,7 @@ class MadeMachine {
     for (int pid = 1001; pid < 1001 + others; ++pid) {
       fs::create_hard_link(home_.path() / "proc/7", home_.path() / "proc" / std::to_string(pid));
       clocks_[pid] = 1000ms;
-      move(pid, "others" + std::to_string(pid % groups));
+      move(pid, "pods/" + std::to_string(pid % groups));
     }
     for (int i = 0; i < 12; ++i) sweep();
   }
@@ -84,11 +84,12 @@ class MadeMachine {
   void writeGroups() {
     std::map<std::string, std::string> lists;
     for (const auto& [pid, group] : groupOf_) {
-      lists[group.substr(0, group.find('/', 1))] += std::to_string(pid) + "\n";
+      const std::size_t domain = group.size() - (group.ends_with("/t") ? 2 : 0);
+      lists[group.substr(0, domain)] += std::to_string(pid) + "\n";
     }
     for (const auto& [group, usage] : usage_) {
       const fs::path folder = home_.path() / ("groups/" + group);
-      const bool isThreaded = group.find('/', 1) != std::string::npos;
+      const bool isThreaded = group.ends_with("/t");
       fs::create_directories(isThreaded ? folder / "cgroup.procs" : folder);  // cannot be read
       if (!isThreaded) write(folder / "cgroup.procs", "0\n" + lists[group]);
       write(folder / "cpu.stat", (group == strange_ ? "user_usec " : "usage_usec ") +

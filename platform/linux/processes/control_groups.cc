@@ -128,8 +128,10 @@ bool ControlGroups::find(std::size_t most) {
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
       if (!entry->is_directory(error)) continue;
       if (++count > most) return false;
-      folders.push_back(entry->path().string());
-      if (!known.contains(folders.back())) add(folders.back());
+      std::string path = entry->path().string();
+      if (!known.contains(path)) add(path);
+      // With two links it has no groups below, and need not be listed.
+      if (entry->hard_link_count(error) != 2) folders.push_back(std::move(path));
     }
   }
   return true;
