@@ -14,3 +14,4 @@ tarvel_test(process_table SOURCES process_table_test.cc USES tarvel_linux)
 target_compile_definitions(process_table_test PRIVATE
   TARVEL_HOST_WORKER="$<TARGET_FILE:host_worker>")
 add_dependencies(process_table_test host_worker)
+tarvel_test(control_groups SOURCES control_groups_test.cc USES tarvel_linux)

@@ -133,6 +133,10 @@ TEST(ProcessText, ReadsTheOtherFiles) {
             "12288");
   EXPECT_EQ(shown(parseStatus("Name:\tUid: 5\nUid:\t1000\t1001\t7\t7\nVmSwap:\t  212 kB\n")),
             "1001 212");
+  EXPECT_EQ(parseGroupUsage("usage_usec 9223372036854775\nuser_usec 5\n"), 9223372036854775us);
+  for (const auto* const none : {"usage_usec -1", "usage_usec 9223372036854776", "usage_usec 1x"}) {
+    EXPECT_FALSE(parseGroupUsage(none)) << none;
+  }
   for (const auto* const none : {"", "\n", "read_bytes: x", "Uid:", "1"}) {
     EXPECT_EQ(shown(parseResidentPages(none)), "none");
     EXPECT_EQ(shown(parseDiskBytes(none)) + shown(parseStatus(none)), "nonenone");

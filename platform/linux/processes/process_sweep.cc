@@ -12,19 +12,21 @@
 namespace tarvel {
 namespace {
 
-constexpr rlim_t kMostKept = 1700;
+constexpr std::size_t kMostKept = 1700;
+constexpr std::size_t kMostGroups = 1024;
 constexpr rlim_t kReserve = 448;      // what the rest of the program may need to open
 constexpr std::size_t kSlices = 256;  // sweeps until every process that sleeps has been read anew
 
-std::size_t descriptorsToKeep() {
+// How many files may be kept open.
+std::size_t filesToKeep() {
   rlimit limit{};
   if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
-  const rlim_t wanted = std::min(limit.rlim_max, kMostKept + kReserve);
+  const rlim_t wanted = std::min(limit.rlim_max, kMostKept + kMostGroups + kReserve);
   if (limit.rlim_cur < wanted) {
     const rlimit raised{wanted, limit.rlim_max};
     if (::setrlimit(RLIMIT_NOFILE, &raised) == 0) limit.rlim_cur = wanted;
   }
-  return limit.rlim_cur <= kReserve ? 0 : std::min(limit.rlim_cur - kReserve, kMostKept);
+  return limit.rlim_cur <= kReserve ? 0 : limit.rlim_cur - kReserve;
 }
 
 }  // namespace
@@ -42,21 +44,38 @@ ProcessorTime processorClocks() {
   };
 }
 
-ProcessSweep::ProcessSweep(const std::string& root, ProcessorTime processorTime)
+ProcessSweep::ProcessSweep(const std::string& root, const std::string& groups,
+                           ProcessorTime processorTime)
+    : ProcessSweep(root, groups, std::move(processorTime), filesToKeep()) {}
+
+ProcessSweep::ProcessSweep(const std::string& root, const std::string& groups,
+                           ProcessorTime processorTime, std::size_t mostFiles)
     : files_(root),
       recentIds_(root),
+      mostKept_(std::min(mostFiles, kMostKept)),
+      groups_(root, groups, std::min(mostFiles - mostKept_, kMostGroups)),
       processorTime_(std::move(processorTime)),
-      mostKept_(descriptorsToKeep()),
       tick_(std::chrono::nanoseconds(std::chrono::seconds(1)) / ::sysconf(_SC_CLK_TCK)),
       processors_(std::max(::sysconf(_SC_NPROCESSORS_ONLN), 1L)) {}
 
 void ProcessSweep::run(std::chrono::nanoseconds elapsed) {
   elapsed_ = elapsed;
   findProcesses();
+  const std::vector<std::int32_t>& asleep = groups_.look(processes_.size());
+  auto sleeper = asleep.begin();
   std::size_t slice = sweeps_++;
   for (Process& process : processes_) {
     const bool refresh = slice++ % kSlices == 0;
-    process.known = update(process, refresh);
+    while (sleeper != asleep.end() && *sleeper < process.pid) ++sleeper;
+    const bool sleeps = sleeper != asleep.end() && *sleeper == process.pid;
+    const bool spare = sleeps && process.known && !refresh;
+    if (spare) {
+      process.used = {};
+      process.ran = false;
+    } else {
+      process.known = update(process, refresh);
+    }
+    process.spared = spare;
     if (!process.known) close(process);
   }
   std::erase_if(processes_, [](const Process& process) { return !process.known; });
@@ -152,12 +171,16 @@ void ProcessSweep::account(Process& process, std::chrono::nanoseconds total, boo
   process.ran = true;
   process.used = elapsed_.count() > 0 ? std::max(total - before, std::chrono::nanoseconds(0))
                                       : std::chrono::nanoseconds(0);
+  // What it did while it was spared by mistake is not of this interval.
+  if (isSame && process.spared)
+    process.used = std::min(process.used, groups_.mostUsed(process.pid));
   // More than all processors can give: it is older, and was only hidden from us.
   if (!isSame && process.used > elapsed_ * processors_) process.used = {};
 }
 
 void ProcessSweep::closeKept() {
   for (auto& process : processes_) close(process);
+  groups_.forget();
 }
 
 void ProcessSweep::close(Process& process) {

@@ -39,8 +39,8 @@ ProcessTableClock realClock() {
 
 class ProcessTable::Reading {
  public:
-  Reading(const std::string& root, ProcessTableClock clock)
-      : clock_(std::move(clock)), sweep_(root, clock_.processorTime) {}
+  Reading(const std::string& root, ProcessTableClock clock, const std::string& groups)
+      : clock_(std::move(clock)), sweep_(root, groups, clock_.processorTime) {}
 
   std::string lines(ProcessListKind kind, std::size_t rows) {
     std::unique_lock lock(mutex_);
@@ -184,8 +184,9 @@ class ProcessTable::Reading {
 };
 
 ProcessTable::ProcessTable(std::vector<ProcessListCommand> commands, const std::string& root,
-                           ProcessTableClock clock)
-    : commands_(std::move(commands)), reading_(std::make_unique<Reading>(root, std::move(clock))) {}
+                           ProcessTableClock clock, const std::string& groups)
+    : commands_(std::move(commands)),
+      reading_(std::make_unique<Reading>(root, std::move(clock), groups)) {}
 
 ProcessTable::~ProcessTable() = default;
 

@@ -49,8 +49,10 @@ ProcessTableClock realClock();
 
 class ProcessTable {
  public:
+  // `groups` is where control groups are mounted, empty for none.
   explicit ProcessTable(std::vector<ProcessListCommand> commands, const std::string& root = "/proc",
-                        ProcessTableClock clock = realClock());
+                        ProcessTableClock clock = realClock(),
+                        const std::string& groups = controlGroupTree());
   ~ProcessTable();
 
   // What the command prints; none when it is none of those that the table answers.

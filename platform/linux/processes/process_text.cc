@@ -122,4 +122,22 @@ std::optional<std::int32_t> parsePid(std::string_view name) {
   return pid;
 }
 
+std::optional<std::chrono::microseconds> parseGroupUsage(std::string_view text) {
+  constexpr auto kMost = std::chrono::floor<std::chrono::microseconds>(
+      std::chrono::nanoseconds::max());  // what can be told in nanoseconds
+  std::int64_t usage = 0;
+  if (!takeLabelled(text, "usage_usec", 0, usage)) return std::nullopt;
+  if (usage < 0 || usage > kMost.count()) return std::nullopt;
+  return std::chrono::microseconds(usage);
+}
+
+std::vector<std::int32_t> parseIds(std::string_view text) {
+  std::vector<std::int32_t> ids;
+  while (!text.empty()) {
+    const auto pid = parsePid(nextField(text));
+    if (pid) ids.push_back(*pid);
+  }
+  return ids;
+}
+
 }  // namespace tarvel

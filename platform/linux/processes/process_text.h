@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
-// What the kernel writes into the files of /proc (proc(5)), taken apart. Pure functions; a text
-// that is cut off, empty or strange gives none.
+// What the kernel writes into the files of /proc (proc(5)) and of control groups (cgroups(7)),
+// taken apart. Pure functions; a text that is cut off, empty or strange gives none.
 
 namespace tarvel {
 
@@ -41,5 +43,11 @@ std::optional<std::int32_t> parseLastId(std::string_view text);
 
 // The name of a folder in /proc as a process id; none when it is not the folder of a process.
 std::optional<std::int32_t> parsePid(std::string_view name);
+
+// cpu.stat of a control group: the processor time that it and those below it have used.
+std::optional<std::chrono::microseconds> parseGroupUsage(std::string_view text);
+
+// cgroup.procs: the processes in a group, but for those outside our namespace of ids.
+std::vector<std::int32_t> parseIds(std::string_view text);
 
 }  // namespace tarvel
