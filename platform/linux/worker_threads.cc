@@ -27,10 +27,12 @@ struct WorkerThreads::Shared {
 
   // Whether a thread that is free takes it.
   bool hand(std::string_view name, std::function<void()>& action) {
-    const std::scoped_lock lock(mutex);
-    if (free <= waiting.size()) return false;
-    waiting.push_back({std::string(name), std::move(action)});
-    came.notify_one();
+    {
+      const std::scoped_lock lock(mutex);
+      if (free <= waiting.size()) return false;
+      waiting.push_back({std::string(name), std::move(action)});
+    }
+    came.notify_one();  // who wakes finds the lock free
     return true;
   }
 
@@ -42,11 +44,11 @@ struct WorkerThreads::Shared {
       const bool hasCome = came.wait_for(lock, kPatience, [&] { return !waiting.empty(); });
       --free;
       if (!hasCome) return;
-      const Turn turn = std::move(waiting.front());
+      Turn turn = std::move(waiting.front());
       waiting.pop_front();
       lock.unlock();
       nameThread(turn.name);
-      turn.action();
+      std::exchange(turn.action, nullptr)();
       lock.lock();
     }
   }
