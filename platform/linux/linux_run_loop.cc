@@ -125,7 +125,7 @@ class PollRunLoop : public LinuxRunLoop {
     const std::string name(operation);
     if (!outstanding_->begin(name)) return;
     const bool started =
-        workers_.run(operation, [runs = outstanding_, name, work = std::move(action)] {
+        workers_.runSoon(operation, [runs = outstanding_, name, work = std::move(action)] {
           runOrDrop(work);
           runs->end(name);
         });

@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPatience = 10s;                   // some cycles
-constexpr std::size_t kMostFree = 3;              // what a cycle hands over at once
+constexpr std::size_t kMostFree = 1;              // what a cycle that is not slow needs
 constexpr std::chrono::nanoseconds kLate = 50ms;  // ten times what a list takes
 
 struct Turn {
@@ -30,9 +30,9 @@ struct Turn {
 }  // namespace
 
 struct WorkerThreads::Shared : std::enable_shared_from_this<Shared> {
-  bool add(Turn turn) {
+  bool add(Turn turn, bool mayWait) {
     std::unique_lock lock(mutex_);
-    const bool isNext = working_ > 0 && setTimer(kLate);
+    const bool isNext = mayWait && working_ > 0 && setTimer(kLate);
     if (!isNext && free_ == 0) return startThread(turn);
     waiting_.push_back(std::move(turn));
     if (isNext) return true;
@@ -92,7 +92,7 @@ struct WorkerThreads::Shared : std::enable_shared_from_this<Shared> {
     }
   }
 
-  // None when nothing has come for a while, or others wait that are enough.
+  // None when nothing has come for a while, or enough others wait.
   std::optional<Turn> next() {
     std::unique_lock lock(mutex_);
     while (waiting_.empty()) {
@@ -123,7 +123,11 @@ struct WorkerThreads::Shared : std::enable_shared_from_this<Shared> {
 WorkerThreads::WorkerThreads() : shared_(std::make_shared<Shared>()) {}
 
 bool WorkerThreads::run(std::string_view name, std::function<void()> action) {
-  return shared_->add({std::string(name), std::move(action)});
+  return shared_->add({std::string(name), std::move(action)}, false);
+}
+
+bool WorkerThreads::runSoon(std::string_view name, std::function<void()> action) {
+  return shared_->add({std::string(name), std::move(action)}, true);
 }
 
 int WorkerThreads::lateDescriptor() const { return shared_->timer.get(); }
