@@ -34,8 +34,9 @@ class RunLoop {
   virtual Timer& scheduledTimer(std::chrono::milliseconds interval,
                                 std::function<void()> action) = 0;
 
-  // Starts the operation on a detached thread of its own that nobody waits for; the name is for
-  // diagnosis. Where no thread can be made, the operation does not happen.
+  // Runs the operation on a background thread that nobody waits for; the name is for diagnosis. It
+  // may begin a moment later, but one that hangs holds up no other. Where no thread can be made,
+  // the operation does not happen.
   virtual void performSelectorInBackground(std::string_view operation,
                                            std::function<void()> action) = 0;
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <new>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -394,6 +395,7 @@ class MetricsServerTest : public testing::Test {
   int made = 0;
   viewer::MetricsServer server{"127.0.0.1:0", [this](auto) {
                                  ++made;
+                                 if (document.empty()) throw std::bad_alloc();
                                  return document;
                                }};
 };
@@ -420,6 +422,14 @@ TEST_F(MetricsServerTest, OnlyGetOfTheOneDocumentIsServed) {
     EXPECT_EQ(answer.find(" 200 ") != std::string::npos, status.find(" 200 ") != status.npos);
   }
   EXPECT_LE(made, 2) << "once a second";
+}
+
+TEST_F(MetricsServerTest, ADocumentThatCannotBeMadeIsAnErrorOfTheServer) {
+  const std::string request = "GET /metrics HTTP/1.1\r\nHost: a\r\n\r\n";
+  document.clear();
+  EXPECT_TRUE(answerTo(request).starts_with("HTTP/1.1 500 "));
+  document = "x 2\n";
+  EXPECT_TRUE(answerTo(request).ends_with("\r\n\r\nx 2\n"));
 }
 
 TEST_F(MetricsServerTest, SilentAndSlowClientsHoldUpNobody) {

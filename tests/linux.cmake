@@ -1,4 +1,10 @@
-tarvel_test(linux_smc SOURCES linux_smc_test.cc USES tarvel_linux tarvel_sensors)
+tarvel_test(linux_smc
+  SOURCES
+    linux_smc_test.cc
+    raw_controller_test.cc
+    sensor_device_test.cc
+    sensor_mapping_test.cc
+  USES tarvel_linux tarvel_sensors)
 add_library(fake_nvidia MODULE fake_nvidia.cc)
 target_compile_definitions(linux_smc_test PRIVATE
   TARVEL_FAKE_NVIDIA="$<TARGET_FILE:fake_nvidia>")

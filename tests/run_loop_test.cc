@@ -51,48 +51,64 @@ void asMainThread(Work work) {
   std::thread([&] { work(*makeLinuxRunLoop()); }).join();
 }
 
-TEST(LinuxRunLoop, LetsTwoRunsOfAnOperationBeOutstanding) {
-  asMainThread([](LinuxRunLoop& loop) {
-    std::atomic<int> hanging = 0;
-    std::atomic<int> ended = 0;
-    std::atomic<bool> release = false;
-    const auto hang = [&] {
-      ++hanging;
-      while (!release) std::this_thread::sleep_for(1ms);
-      ++ended;
-    };
-    Application application([&] {
-      for (int i = 0; i < 5; ++i) loop.performSelectorInBackground("list", hang);
-      loop.performSelectorInBackground("other", hang);
-      EXPECT_TRUE(within(5s, [&] { return hanging == 3; }));
-      release = true;
-      EXPECT_TRUE(within(5s, [&] { return ended == 3; }));
-      std::this_thread::sleep_for(20ms);  // their ends are noted after the work
-      loop.performSelectorInBackground("list", hang);
-      EXPECT_TRUE(within(5s, [&] { return ended == 4; })) << "the ended ones make place";
-      loop.terminate();
+// The loop runs meanwhile, and ends after the work.
+template <typename Work>
+void besideTheLoop(Work work) {
+  asMainThread([&](LinuxRunLoop& loop) {
+    Application application([] {});
+    std::thread other([&] {
+      work(loop);
+      loop.performSelectorOnMainThread([&] { loop.terminate(); });
     });
     loop.run(application);
-    EXPECT_EQ(hanging, 4);
+    other.join();
   });
 }
 
-TEST(LinuxRunLoop, LetsNoOperationWaitForAnother) {
-  asMainThread([](LinuxRunLoop& loop) {
-    Application application([&] {
-      for (int round = 1; round <= 20; ++round) {
-        std::atomic<int> begun = 0;
-        std::atomic<int> met = 0;
-        const auto meet = [&] {
-          ++begun;
-          if (within(5s, [&] { return begun == 3; })) ++met;
-        };
-        for (const auto* const name : {"a", "b", "c"}) loop.performSelectorInBackground(name, meet);
-        EXPECT_TRUE(within(6s, [&] { return met == 3; })) << round;
-      }
-      loop.terminate();
+TEST(LinuxRunLoop, LetsTwoRunsOfAnOperationBeOutstanding) {
+  std::atomic<int> hanging = 0;
+  std::atomic<int> ended = 0;
+  std::atomic<bool> release = false;
+  const auto hang = [&] {
+    ++hanging;
+    while (!release) std::this_thread::sleep_for(1ms);
+    ++ended;
+  };
+  besideTheLoop([&](LinuxRunLoop& loop) {
+    for (int i = 0; i < 5; ++i) loop.performSelectorInBackground("list", hang);
+    loop.performSelectorInBackground("other", hang);
+    EXPECT_TRUE(within(5s, [&] { return hanging == 3; }));
+    release = true;
+    EXPECT_TRUE(within(5s, [&] { return ended == 3; }));
+    std::this_thread::sleep_for(20ms);  // their ends are noted after the work
+    loop.performSelectorInBackground("list", hang);
+    EXPECT_TRUE(within(5s, [&] { return ended == 4; })) << "the ended ones make place";
+  });
+  EXPECT_EQ(hanging, 4);
+}
+
+// Each round's operations end only when all of them run, beside one that hangs all the time; what
+// comes after them finds threads that are free.
+TEST(LinuxRunLoop, LetsNoOperationWaitForOneThatHangs) {
+  std::atomic<bool> release = false;
+  std::atomic<bool> hasHung = false;
+  besideTheLoop([&](LinuxRunLoop& loop) {
+    loop.performSelectorInBackground("hangs", [&] {
+      while (!release) std::this_thread::sleep_for(1ms);
+      hasHung = true;
     });
-    loop.run(application);
+    for (int round = 1; round <= 10; ++round) {
+      std::atomic<int> begun = 0;
+      std::atomic<int> met = 0;
+      const auto meet = [&] {
+        ++begun;
+        if (within(5s, [&] { return begun == 3; })) ++met;
+      };
+      for (const auto* const name : {"a", "b", "c"}) loop.performSelectorInBackground(name, meet);
+      EXPECT_TRUE(within(6s, [&] { return met == 3; })) << round;
+    }
+    release = true;
+    EXPECT_TRUE(within(5s, [&] { return hasHung.load(); }));
   });
 }
 
@@ -165,7 +181,10 @@ TEST(LinuxRunLoop, RunsTheHelperAndEndsItWithinACycle) {
     loop.run(delegate);
     user.join();
     EXPECT_LT(Clock::now() - told, 3s);
-    std::this_thread::sleep_for(100ms);  // a list that was just begun
+    std::atomic<bool> last = false;  // it comes after a list that was just begun
+    std::this_thread::sleep_for(100ms);
+    loop.performSelectorInBackground("last", [&] { last = true; });
+    EXPECT_TRUE(within(5s, [&] { return last.load(); }));
   });
   EXPECT_FALSE(std::filesystem::exists(*groupContainer(kSuiteName) + std::string(kIconDirectory)));
 }

@@ -125,7 +125,7 @@ class PollRunLoop : public LinuxRunLoop {
     const std::string name(operation);
     if (!outstanding_->begin(name)) return;
     const bool started =
-        workers_.run(operation, [runs = outstanding_, name, work = std::move(action)] {
+        workers_.runSoon(operation, [runs = outstanding_, name, work = std::move(action)] {
           runOrDrop(work);
           runs->end(name);
         });
@@ -196,8 +196,9 @@ class PollRunLoop : public LinuxRunLoop {
 
   // Sleeps until something is due, a signal arrives or another thread hands work over.
   void waitForWork() {
-    std::array<pollfd, 2> sources = {
-        {{signalDescriptor_.get(), POLLIN, 0}, {wakeDescriptor_.get(), POLLIN, 0}}};
+    std::array<pollfd, 3> sources = {{{signalDescriptor_.get(), POLLIN, 0},
+                                      {wakeDescriptor_.get(), POLLIN, 0},
+                                      {workers_.lateDescriptor(), POLLIN, 0}}};
     timespec timeout{};
     const auto due = nextDue();
     if (due) {
@@ -211,6 +212,7 @@ class PollRunLoop : public LinuxRunLoop {
       std::uint64_t count = 0;
       static_cast<void>(!::read(wakeDescriptor_.get(), &count, sizeof count));
     }
+    if (sources[2].revents != 0) workers_.spreadLate();
     if (sources[0].revents != 0) terminate();
   }
 

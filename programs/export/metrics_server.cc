@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -64,17 +65,26 @@ MHD_Result refuse(MHD_Connection* connection, unsigned status, std::string_view 
 
 }  // namespace
 
+// No exception may unwind the library's frames: they are C.
 struct MetricsServer::Callbacks {
   // Called when a request's head is complete. An answer at once ends the connection after it, so
   // that no body is read.
   static MHD_Result answer(void* own, MHD_Connection* connection, const char* url,
-                           const char* method, const char*, const char*, std::size_t*, void**) {
-    auto& server = *static_cast<MetricsServer*>(own);
-    const std::string_view path = url;
+                           const char* method, const char*, const char*, std::size_t*,
+                           void**) noexcept {
+    try {
+      return answer(*static_cast<MetricsServer*>(own), connection, url, method);
+    } catch (...) {
+      return refuse(connection, MHD_HTTP_INTERNAL_SERVER_ERROR, "500 Internal Server Error\n");
+    }
+  }
+
+  static MHD_Result answer(MetricsServer& server, MHD_Connection* connection, std::string_view path,
+                           std::string_view method) {
     if (path != "/" && path != "/metrics") {
       return refuse(connection, MHD_HTTP_NOT_FOUND, "404 Not Found\n");
     }
-    if (method != std::string_view(MHD_HTTP_METHOD_GET)) {
+    if (method != MHD_HTTP_METHOD_GET) {
       return refuse(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "405 Method Not Allowed\n");
     }
     if (path == "/") {
@@ -85,13 +95,18 @@ struct MetricsServer::Callbacks {
     return response != nullptr ? MHD_queue_response(connection, MHD_HTTP_OK, response) : MHD_NO;
   }
 
+  // A connection whose beginning cannot be noted is ended: nothing would bound its age.
   static void note(void* own, MHD_Connection* connection, void**,
-                   MHD_ConnectionNotificationCode what) {
+                   MHD_ConnectionNotificationCode what) noexcept {
     auto& server = *static_cast<MetricsServer*>(own);
     const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
     if (info == nullptr) return;
     if (what == MHD_CONNECTION_NOTIFY_STARTED) {
-      server.began_[info->connect_fd] = Clock::now();
+      try {
+        server.began_[info->connect_fd] = Clock::now();
+      } catch (const std::bad_alloc&) {
+        ::shutdown(info->connect_fd, SHUT_RDWR);
+      }
     } else {
       server.began_.erase(info->connect_fd);
     }
@@ -129,6 +144,7 @@ void MetricsServer::serve(std::chrono::milliseconds longest) {
 // The response that all who ask within a second share; null where there is no memory for one.
 MHD_Response* MetricsServer::present(Clock::time_point now) {
   if (!response_ || now - madeAt_ >= kBetweenDocuments) {
+    response_.reset();  // not for longer than that, should the next one fail
     madeAt_ = now;
     response_.reset(
         responseOf(document_(now), "text/plain; version=0.0.4; charset=utf-8").release());

@@ -10,7 +10,7 @@
 // send what they like, as slowly as they like: it holds a bounded number of connections, in all and
 // of one address, 8 kB of each, and none for longer than thirty seconds or for ten seconds in which
 // nothing comes. A connection carries one request. However many ask, the document is made once a
-// second and held once.
+// second and held once; where making it throws, the answer is 500.
 
 struct MHD_Connection;
 struct MHD_Daemon;

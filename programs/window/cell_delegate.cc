@@ -1,16 +1,36 @@
 #include "programs/window/cell_delegate.h"
 
 #include <QApplication>
+#include <QHeaderView>
 #include <QIcon>
 #include <QPainter>
+#include <QProxyStyle>
+#include <QStyleOption>
 #include <QTreeView>
 
 namespace tarvel::viewer {
 namespace {
 
-constexpr int kMargin = 4;      // to the left and right of a cell's contents
+constexpr int kMargin = 6;      // to the left and right of a cell's contents
+constexpr int kHeadMargin = 4;  // of a column's head, beside the two pixels of most styles
 constexpr int kRowPadding = 6;  // of a row's height beyond its text
 constexpr int kIconSide = 16;
+
+// The application's, but a column's head stands as far from its edges as its cells' contents.
+class HeaderStyle : public QProxyStyle {
+ public:
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override {
+    const auto* head = qstyleoption_cast<const QStyleOptionHeader*>(option);
+    if (element != CE_HeaderLabel || head == nullptr) {
+      return QProxyStyle::drawControl(element, option, painter, widget);
+    }
+    QStyleOptionHeader label = *head;
+    label.version = QStyleOptionHeader::Version;  // it may be a later one's beginning
+    label.rect.adjust(kHeadMargin, 0, -kHeadMargin, 0);
+    QProxyStyle::drawControl(element, &label, painter, widget);
+  }
+};
 
 }  // namespace
 
@@ -62,6 +82,9 @@ void setUpRows(QTreeView& view) {
   view.setEditTriggers(QAbstractItemView::NoEditTriggers);
   view.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   view.setFrameShape(QFrame::StyledPanel);
+  auto* style = new HeaderStyle;
+  style->setParent(&view);
+  view.header()->setStyle(style);
 }
 
 }  // namespace tarvel::viewer

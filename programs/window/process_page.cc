@@ -30,18 +30,18 @@ QString trimmed(const std::string& text) {
   return QString::fromStdString(printableText(text)).trimmed();
 }
 
-// Widths in characters; those of figures are as wide as their heads.
+// Widths in characters; those of figures are as wide as their heads with the arrow of the order.
 int widthOf(ProcessColumn column) {
   switch (column) {
     case ProcessColumn::kName:
       return 28;
     case ProcessColumn::kPid:
     case ProcessColumn::kUser:
-      return 11;
+      return 12;
     case ProcessColumn::kCompressed:
-      return 17;
+      return 19;
     default:
-      return 15;
+      return 16;
   }
 }
 

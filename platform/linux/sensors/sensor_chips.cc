@@ -78,7 +78,7 @@ void addHwmonChip(const std::string& folder, std::vector<Chip>& chips) {
     if (chip.name.empty()) chip.name = readAttribute(device + "/name");
   }
   if (chip.name.empty() || chip.path.empty()) return;
-  if (matchesPattern(kGraphicsChips, chip.name)) {
+  if (matchesPattern(kGraphicsChips, chip.name) && !device.empty()) {
     chip.statusFile = device + "/power/runtime_status";
   }
   chip.inputs = hwmonInputs(chip);

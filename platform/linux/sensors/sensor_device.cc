@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <utility>
 
-#include "platform/linux/detached_thread.h"
+#include "platform/linux/worker_threads.h"
 
 namespace tarvel {
 
@@ -13,9 +14,13 @@ using SteadyClock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr const char* kThreadName = "sensors";
 constexpr int kSlowFor = 20;
 constexpr auto kNoDevice = static_cast<std::size_t>(-1);
+
+bool runOnThread(std::function<void()> work) {
+  static WorkerThreads threads;
+  return threads.run("sensors", std::move(work));
+}
 
 }  // namespace
 
@@ -46,7 +51,7 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
       device->busy_.store(true, std::memory_order_relaxed);
       if (device->slowFor_ == 0) {
         quick.push_back(device);
-      } else if (!startDetachedThread(kThreadName, [device] { device->readOnThread(); })) {
+      } else if (!runOnThread([device] { device->readOnThread(); })) {
         device->busy_.store(false, std::memory_order_relaxed);
       }
     }
@@ -57,7 +62,7 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
 
  private:
   bool startThread() {
-    return startDetachedThread(kThreadName, [self = shared_from_this()] { self->run(); });
+    return runOnThread([self = shared_from_this()] { self->run(); });
   }
 
   void run() {
