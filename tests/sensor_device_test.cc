@@ -54,12 +54,13 @@ TEST(SensorDevices, AreWaitedForTogetherAndOnlyOnce) {
   std::vector<std::shared_ptr<GatedDevice>> slow;
   for (int i = 0; i < 4; ++i) slow.push_back(std::make_shared<GatedDevice>(closed));
   const auto quick = std::make_shared<GatedDevice>(open);
+  const WorkerThreads threads;
   SensorDevices all(slow.begin(), slow.end());
   all.push_back(quick);
   const auto areBusy = [&] {
     return std::all_of(slow.begin(), slow.end(), [](const auto& each) { return each->isBusy(); });
   };
-  readDevices(all, {milliseconds(60), milliseconds(500)});
+  readDevices(all, {milliseconds(60), milliseconds(500)}, threads);
   EXPECT_TRUE(areBusy()) << "they were waited for one after the other";
   EXPECT_EQ(quick->published, 1);
   closed.set(true);
@@ -69,7 +70,7 @@ TEST(SensorDevices, AreWaitedForTogetherAndOnlyOnce) {
     EXPECT_EQ(each->published, 1) << "an answer that comes late counts";
   }
   closed.set(false);
-  readDevices(all, {milliseconds(60), std::chrono::hours(1)});
+  readDevices(all, {milliseconds(60), std::chrono::hours(1)}, threads);
   EXPECT_TRUE(areBusy()) << "slow devices are known, and not waited for";
   EXPECT_EQ(quick->published, 2);
   closed.set(true);

@@ -122,16 +122,16 @@ struct WorkerThreads::Shared : std::enable_shared_from_this<Shared> {
 
 WorkerThreads::WorkerThreads() : shared_(std::make_shared<Shared>()) {}
 
-bool WorkerThreads::run(std::string_view name, std::function<void()> action) {
+bool WorkerThreads::run(std::string_view name, std::function<void()> action) const {
   return shared_->add({std::string(name), std::move(action)}, false);
 }
 
-bool WorkerThreads::runSoon(std::string_view name, std::function<void()> action) {
+bool WorkerThreads::runSoon(std::string_view name, std::function<void()> action) const {
   return shared_->add({std::string(name), std::move(action)}, true);
 }
 
 int WorkerThreads::lateDescriptor() const { return shared_->timer.get(); }
 
-void WorkerThreads::spreadLate() { shared_->spread(); }
+void WorkerThreads::spreadLate() const { shared_->spread(); }
 
 }  // namespace tarvel

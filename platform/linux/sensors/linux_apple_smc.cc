@@ -93,6 +93,7 @@ class LinuxAppleSMC : public AppleSMC {
   bool scanAgain_ = false;      // a new device's attributes may come after it was listed
 
   std::optional<MonotonicTime> cycleStart_;
+  const WorkerThreads threads_;
   std::chrono::milliseconds patience_{0};  // for what is left of this cycle
   std::uint32_t describedKey_ = 0;
   std::optional<ControllerValue> described_;  // the last key that was asked for
@@ -194,7 +195,7 @@ void LinuxAppleSMC::beginCycle() {
 void LinuxAppleSMC::readNow(const SensorDevices& devices) {
   if (devices.empty()) return;
   const auto start = std::chrono::steady_clock::now();
-  readDevices(devices, {options_.limits.device, patience_});
+  readDevices(devices, {options_.limits.device, patience_}, threads_);
   const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::steady_clock::now() - start);
   patience_ = std::max(patience_ - passed, std::chrono::milliseconds(0));

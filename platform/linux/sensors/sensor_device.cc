@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <utility>
-
-#include "platform/linux/worker_threads.h"
 
 namespace tarvel {
 
@@ -14,13 +11,9 @@ using SteadyClock = std::chrono::steady_clock;
 
 namespace {
 
+constexpr const char* kThreadName = "sensors";
 constexpr int kSlowFor = 20;
 constexpr auto kNoDevice = static_cast<std::size_t>(-1);
-
-bool runOnThread(std::function<void()> work) {
-  static WorkerThreads threads;
-  return threads.run("sensors", std::move(work));
-}
 
 }  // namespace
 
@@ -43,7 +36,8 @@ void SensorDevice::noteSpeed(std::chrono::nanoseconds limit) {
 // another one.
 class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
  public:
-  static void start(const SensorDevices& devices, const ReadingLimits& limits) {
+  static void start(const SensorDevices& devices, const ReadingLimits& limits,
+                    const WorkerThreads& threads) {
     SensorDevices quick;
     for (const auto& device : devices) {
       if (device->isBusy()) continue;
@@ -51,18 +45,20 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
       device->busy_.store(true, std::memory_order_relaxed);
       if (device->slowFor_ == 0) {
         quick.push_back(device);
-      } else if (!runOnThread([device] { device->readOnThread(); })) {
+      } else if (!threads.run(kThreadName, [device] { device->readOnThread(); })) {
         device->busy_.store(false, std::memory_order_relaxed);
       }
     }
-    if (!quick.empty()) std::make_shared<DeviceReading>(std::move(quick))->supervise(limits);
+    if (quick.empty()) return;
+    std::make_shared<DeviceReading>(std::move(quick), threads)->supervise(limits);
   }
 
-  explicit DeviceReading(SensorDevices devices) : devices_(std::move(devices)) {}
+  DeviceReading(SensorDevices devices, WorkerThreads threads)
+      : devices_(std::move(devices)), threads_(std::move(threads)) {}
 
  private:
   bool startThread() {
-    return runOnThread([self = shared_from_this()] { self->run(); });
+    return threads_.run(kThreadName, [self = shared_from_this()] { self->run(); });
   }
 
   void run() {
@@ -103,6 +99,7 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
   bool isDone() const { return current_ == kNoDevice && next_ == devices_.size(); }
 
   const SensorDevices devices_;
+  const WorkerThreads threads_;
   std::mutex mutex_;  // guards what follows
   std::condition_variable done_;
   std::size_t next_ = 0;             // the first that no thread has taken
@@ -110,8 +107,9 @@ class DeviceReading : public std::enable_shared_from_this<DeviceReading> {
   SteadyClock::time_point startedAt_;
 };
 
-void readDevices(const SensorDevices& devices, const ReadingLimits& limits) {
-  DeviceReading::start(devices, limits);
+void readDevices(const SensorDevices& devices, const ReadingLimits& limits,
+                 const WorkerThreads& threads) {
+  DeviceReading::start(devices, limits, threads);
   for (const auto& device : devices) {
     if (!device->isBusy()) device->publish();
   }

@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+#include "platform/linux/worker_threads.h"
+
 // Devices that are read on threads beside the one that needs the readings, since any driver may be
 // slow or hang. While a device is busy it belongs to its reading thread alone; everything else is
 // for the owner's thread.
@@ -48,6 +50,7 @@ struct ReadingLimits {
 // Reads the devices that are not busy. Those that have answered on return are published; the others
 // stay busy until they do, and their owner publishes what they read when it likes. A device that
 // was not come to within the limits is not busy, and what is wanted of it stays wanted.
-void readDevices(const SensorDevices& devices, const ReadingLimits& limits);
+void readDevices(const SensorDevices& devices, const ReadingLimits& limits,
+                 const WorkerThreads& threads);
 
 }  // namespace tarvel
