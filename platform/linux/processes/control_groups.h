@@ -9,24 +9,26 @@
 
 #include "platform/host/files/file_descriptor.h"
 
-// Which processes have not run, told by their control groups (version 2, cgroups(7)): a group whose
-// cpu.stat stands still spares the clocks of all its processes. Reading it costs as much as four
-// clocks, so groups are looked at only on machines of 1,000 processes or more, where groups are at
-// most an eighth of the processes and half of the processes are in groups that sleep; where they
-// are not, it is tried again after 64 looks.
+// Which processes have not run, told by their control groups (version 2, cgroups(7)): where a
+// group's cpu.stat stands still, the clocks of all its processes do. Reading it costs as much as
+// four clocks, so groups are looked at only on machines of 1,000 processes or more, where groups
+// are at most an eighth of the processes and half of the processes are in groups that sleep. Where
+// they are not, it is tried again after 64 looks.
 //
-// A group that ran has its cgroup.procs read again, so who came to it from elsewhere is known at
-// once; of those that sleep an eighth is read again in each look. Groups are looked for in every
-// eighth. The root is never read: who is in it has no known group, as who is in a group that came
-// since, that cannot be read or that is outside our namespace. Processes of a threaded group are in
-// that of its domain, whose time includes it.
+// A group that ran has its cgroup.procs read again: who came to it from elsewhere is known at once.
+// Of those that sleep an eighth is read again in each look; new groups are looked for in every
+// eighth. The root is never read. A process in the root, in a group that came since, that cannot be
+// read or that is outside our namespace has no known group and is never taken to sleep. Those of a
+// threaded group are listed in its domain, whose time includes it.
 //
-// So a process is taken to sleep wrongly only where it ran in a group that is not known, was in one
-// that sleeps as far as we know, and had not run there since the look before it was moved: for
-// eight looks at most. Or where it was moved there and back between two looks.
-//
-// The kernel adds up a group's time at ticks and when a process stops running. One that just began
-// to run on another processor may show one look later.
+// What can go wrong, and for how long:
+// - A process that slept since the look before, is moved to one of those places and runs there is
+//   taken to sleep until its old group is read again: for eight looks at most.
+// - What it did in another group is missed where it is moved there and back between two looks, or
+//   runs and is moved to a group that sleeps.
+// - The kernel adds up a group's time at ticks and when a process stops running. One that just
+//   began to run on another processor may show a look later, and what it ran since the last tick
+//   (up to a second where ticks are off, nohz_full) is missed once.
 //
 // Each group known has its cpu.stat kept open, 4 KiB of kernel memory. For one thread at a time.
 
