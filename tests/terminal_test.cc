@@ -195,6 +195,7 @@ TEST_F(Terminal, KeysAreTakenApartHoweverTheyCome) {
                {"\033[<2;1;1M\033[<0;1M\033[<0;0;0Mx", {{'x'}}},
                {"\033[<0;99999999999;1My", {{'y'}}},
                {"\033[M +#z", {{kKeyClick, 2, 10}, {'z'}}},
+               {"\033[1\033[A\033[<0;1\rq", {{kKeyUp}, {'\r'}, {'q'}}},
                {"\033[M", {}}};
   for (const auto& [bytes, keys] : cases) {
     for (std::size_t cut = 0; cut < bytes.size(); ++cut) {

@@ -101,12 +101,14 @@ KeyDecoder::Match KeyDecoder::matchMouse() const {
     return {6, mouseKey(number(3), number(4), number(5)), false};
   }
   const std::size_t end = waiting_.find_first_not_of("0123456789;", kMouse.size());
-  if (end == std::string::npos) return matchControl();
+  if (end == std::string::npos || (waiting_[end] != 'M' && waiting_[end] != 'm')) {
+    return matchControl();
+  }
   const std::string_view numbers(waiting_.data() + kMouse.size(), end - kMouse.size());
   return {end + 1, waiting_[end] == 'M' ? mouseReport(numbers) : std::nullopt, false};
 }
 
-// A whole sequence of a key that is not ours.
+// A whole sequence of a key that is not ours, or one that a control character cuts off.
 KeyDecoder::Match KeyDecoder::matchControl() const {
   const auto end =
       std::find_if(waiting_.begin() + static_cast<std::ptrdiff_t>(kControl.size()), waiting_.end(),
@@ -114,7 +116,7 @@ KeyDecoder::Match KeyDecoder::matchControl() const {
   const auto length = static_cast<std::size_t>(end - waiting_.begin());
   if (end == waiting_.end())
     return {length < kLongest ? 0 : length, std::nullopt, length < kLongest};
-  return {length + 1, std::nullopt, false};
+  return {*end < ' ' ? length : length + 1, std::nullopt, false};
 }
 
 }  // namespace tarvel::viewer
