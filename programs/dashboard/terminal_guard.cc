@@ -14,10 +14,11 @@
 namespace tarvel::viewer {
 namespace {
 
-// Leaves the second screen and mouse reports, shows the cursor: what a program that was killed
-// could not do itself (xterm control sequences).
+// Leaves the second screen, mouse reports and the keys' application mode, shows the cursor: what a
+// program that was killed could not do itself (xterm control sequences).
 void leaveScreen() {
-  constexpr std::string_view kLeave = "\033[?1000l\033[?1006l\033[?1049l\033[?25h\033[0m";
+  constexpr std::string_view kLeave =
+      "\033[?1000l\033[?1006l\033[?1l\033>\033[?1049l\033[?25h\033[0m";
   // The terminal may be gone as well: then there is nothing to leave.
   [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, kLeave.data(), kLeave.size());
 }
