@@ -77,7 +77,7 @@ void noticeResizing() {
   ::sigaction(SIGWINCH, &action, nullptr);
 }
 
-// As if nobody had taken the signal for himself.
+// What SIGTSTP does where it is not blocked, as it is here: it comes by a descriptor.
 void stopAsAsked() {
   sigset_t stop;
   sigset_t before;
